@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs, with apt-get, the packages the build needs, and only those missing.
+# Sourced by demo.sh and test.sh.
+vtl_required_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev)
+
+vtl_install_missing() {
+  local missing=()
+  local pkg
+  for pkg in "${vtl_required_packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed'; then
+      missing+=("$pkg")
+    fi
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "Installing missing packages: ${missing[*]}"
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "Not running as root: install them with 'sudo apt-get install ${missing[*]}' and run again." >&2
+    return 1
+  fi
+  DEBIAN_FRONTEND=noninteractive apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}"
+}

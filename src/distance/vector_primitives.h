@@ -1,0 +1,26 @@
+#pragma once
+// Small single-precision vector routines shared by the distance measures and the
+// signal routines. Sums run in index order, one addition at a time.
+//
+// The reductions need at least one element. For n == 0 they read nothing:
+// vector_sum_squares writes 0, vector_mean writes NaN (an empty mean), and
+// find_max writes NaN at index 0.
+
+#include <cstdint>
+
+namespace vtl {
+
+void vector_sum_squares(const float* v, std::uint32_t n, float* out);
+void vector_mean(const float* v, std::uint32_t n, float* out);
+void find_max(const float* v, std::uint32_t n, float* out_value, std::uint32_t* out_index);
+void sqrt_or_zero(float* out, float x);
+
+void vector_copy(const float* src, float* dst, std::uint32_t n);
+void vector_add_scalar(const float* src, float* dst, std::uint32_t n, float s);
+void vector_add(const float* a, const float* b, float* dst, std::uint32_t n);
+void vector_sub(const float* a, const float* b, float* dst, std::uint32_t n);
+void vector_scale(const float* src, float* dst, std::uint32_t n, float s);
+
+float abs_float(float x);
+
+}  // namespace vtl

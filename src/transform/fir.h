@@ -1,0 +1,30 @@
+#pragma once
+// Sinc-kernel FIR filters: a 65-tap filter applied to a buffer with its mean
+// taken out, the kernel design, the convolution under it and the sinc.
+
+#include <cstdint>
+
+namespace vtl {
+
+// Every 8-bit value is a valid type: 3 to 255 use the three-term kernel.
+enum FilterType : std::uint8_t {
+  FILTER_LOWPASS = 0,
+  FILTER_HIGHPASS = 1,
+  FILTER_BANDPASS = 2,
+};
+
+inline constexpr std::uint16_t kFirTaps = 65;
+
+// Adds the filtered n samples of src into dst; taps (65 floats) is overwritten
+// with the kernel.
+void fir_filter(const float* src, float* dst, float* taps, std::uint16_t n, FilterType type,
+                float fs, float f_low, float f_high);
+void fir_design(float* taps, std::uint16_t ntaps, FilterType type, float fs, float f_low,
+                float f_high);
+// Full convolution when out_len == kernel_len + signal_len - 1, else the part
+// centred on the kernel's middle tap; accumulates kernel * (sample - offset) into out.
+void convolve(const float* kernel, const float* signal, float* out, std::uint16_t kernel_len,
+              std::uint16_t signal_len, std::uint16_t out_len, float offset);
+float sinc(float x);
+
+}  // namespace vtl
