@@ -30,7 +30,7 @@ void fft_in_place(float* re, float* im, std::uint16_t n) {
 
   const float scale = 2.0f / static_cast<float>(n);
   const std::uint16_t stages = log2_of_pow2(n);
-  const std::uint32_t len = n;  // 32-bit indices: the last stage's span is 65536
+  const std::uint32_t len = n;
   if (len >= 2) bit_reverse(re, len);
 
   // The twiddle factors come from halving the angle stage by stage; the minus
