@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "distance/vector_primitives.h"
 
@@ -38,33 +39,63 @@ bool overlaps(const float* a, std::int32_t na, const float* b, std::int32_t nb) 
   return na > 0 && nb > 0 && a0 < b0 + sizeof(float) * nb && b0 < a0 + sizeof(float) * na;
 }
 
-// One output element, adding its products one at a time in signal order.
-// Writing out on every step keeps the plain loop's result even when out
-// shares memory with the kernel or the signal.
+// One output element, adding its products one at a time in signal order. When
+// out may share memory with the kernel or the signal, out is written on every
+// step so that the result is the one of the plain loop.
+template <bool kSeparate>
 void convolve_one(const float* kernel, const float* signal, float* out, std::int32_t j,
                   std::int32_t kernel_len, std::int32_t signal_len, float offset) {
   const std::int32_t lo = j - kernel_len + 1 > 0 ? j - kernel_len + 1 : 0;
   const std::int32_t hi = j + 1 < signal_len ? j + 1 : signal_len;
-  for (std::int32_t m = lo; m < hi; ++m) {
-    *out = *out + kernel[j - m] * (signal[m] - offset);
+  if (kSeparate) {
+    float acc = *out;
+    for (std::int32_t m = lo; m < hi; ++m) acc = acc + kernel[j - m] * (signal[m] - offset);
+    *out = acc;
+  } else {
+    for (std::int32_t m = lo; m < hi; ++m) *out = *out + kernel[j - m] * (signal[m] - offset);
   }
 }
 
-// kBlock neighbouring outputs whose sums all cover the whole kernel. Each
-// output still adds its products in signal order; the block only runs the
-// independent sums side by side.
-constexpr std::int32_t kBlock = 16;
+// Four neighbouring outputs per vector. Each lane does exactly the scalar
+// operations (no fused or reordered arithmetic), so the sums are unchanged.
+using Lanes = float __attribute__((vector_size(16)));
+constexpr std::int32_t kLanes = 4;
+constexpr std::int32_t kMaxShifted = 256;
 
+Lanes load_lanes(const float* p) {
+  Lanes v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// kVectors * 4 neighbouring outputs whose sums all cover the whole kernel, run
+// side by side; each still adds its products one at a time in signal order.
+template <std::int32_t kVectors>
 void convolve_block(const float* kernel, const float* signal, float* out, std::int32_t j,
                     std::int32_t kernel_len, float offset) {
-  float acc[kBlock];
-  for (std::int32_t v = 0; v < kBlock; ++v) acc[v] = out[v];
+  Lanes acc[kVectors];
+  for (std::int32_t q = 0; q < kVectors; ++q) acc[q] = load_lanes(out + kLanes * q);
   const float* first = signal + (j - kernel_len + 1);
+  // The samples less the offset, once per block rather than once per product.
+  float shifted[kMaxShifted];
+  const std::int32_t span = kernel_len - 1 + kLanes * kVectors;
+  const bool staged = span <= kMaxShifted;
+  if (staged) {
+    for (std::int32_t i = 0; i < span; ++i) shifted[i] = first[i] - offset;
+  }
   for (std::int32_t s = 0; s < kernel_len; ++s) {
     const float tap = kernel[kernel_len - 1 - s];
-    for (std::int32_t v = 0; v < kBlock; ++v) acc[v] = acc[v] + tap * (first[s + v] - offset);
+    if (staged) {
+      for (std::int32_t q = 0; q < kVectors; ++q) {
+        acc[q] = acc[q] + tap * load_lanes(shifted + s + kLanes * q);
+      }
+    } else {
+      for (std::int32_t q = 0; q < kVectors; ++q) {
+        acc[q] = acc[q] + tap * (load_lanes(first + s + kLanes * q) - offset);
+      }
+    }
   }
-  for (std::int32_t v = 0; v < kBlock; ++v) out[v] = acc[v];
+  std::memcpy(out, acc, sizeof acc);
 }
 
 }  // namespace
@@ -101,19 +132,28 @@ void convolve(const float* kernel, const float* signal, float* out, std::uint16_
   const std::int32_t full = klen + slen - 1;
   const std::int32_t start = out_len == full ? 0 : (klen - 1) / 2;
   const std::int32_t end = start + out_len;
+  if (klen == 0 || slen == 0) return;  // no product reaches any output
 
   const bool separate =
       !overlaps(out, out_len, kernel, klen) && !overlaps(out, out_len, signal, slen);
   std::int32_t j = start;
-  if (separate && klen > 0) {
-    // Outputs before the kernel fully overlaps the signal, then whole blocks.
-    for (; j < end && j < klen - 1; ++j)
-      convolve_one(kernel, signal, out + (j - start), j, klen, slen, offset);
-    for (; j + kBlock <= end && j + kBlock <= slen; j += kBlock) {
-      convolve_block(kernel, signal, out + (j - start), j, klen, offset);
-    }
+  if (!separate) {
+    for (; j < end; ++j)
+      convolve_one<false>(kernel, signal, out + (j - start), j, klen, slen, offset);
+    return;
   }
-  for (; j < end; ++j) convolve_one(kernel, signal, out + (j - start), j, klen, slen, offset);
+  // Outputs before the kernel fully overlaps the signal, then whole blocks, then the rest.
+  for (; j < end && j < klen - 1; ++j) {
+    convolve_one<true>(kernel, signal, out + (j - start), j, klen, slen, offset);
+  }
+  constexpr std::int32_t kWide = 8 * kLanes;  // enough independent sums to hide latency
+  for (; j + kWide <= end && j + kWide <= slen; j += kWide) {
+    convolve_block<8>(kernel, signal, out + (j - start), j, klen, offset);
+  }
+  for (; j + kLanes <= end && j + kLanes <= slen; j += kLanes) {
+    convolve_block<1>(kernel, signal, out + (j - start), j, klen, offset);
+  }
+  for (; j < end; ++j) convolve_one<true>(kernel, signal, out + (j - start), j, klen, slen, offset);
 }
 
 }  // namespace vtl

@@ -33,7 +33,7 @@ TEST(Fft, ExactFrames) {
   fft_in_place(re8, im8, 8);
   EXPECT_FLOAT_BITS(6.0f, re8[0]);
   for (int t = 0; t < 8; ++t) re8[t] = static_cast<float>(std::cos(kTwoPi * t / 8.0)), im8[t] = 0;
-  fft_in_place(re8, im8, 8);
+  fft_in_place(re8, im8, 8);  // amplitude 1 in bins 1 and 7
   for (int k = 0; k < 8; ++k) EXPECT_NEAR((k == 1 || k == 7) ? 1.0f : 0.0f, re8[k], 1e-6f) << k;
 }
 
