@@ -1,0 +1,8 @@
+#pragma once
+// The distance measures of the engine library: vector primitives, the Pearson
+// correlation, the vector distances and the engine's selectable measure.
+
+#include "distance/correlation.h"
+#include "distance/measure.h"
+#include "distance/vector_distance.h"
+#include "distance/vector_primitives.h"
