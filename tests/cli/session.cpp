@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <cstring>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -116,110 +117,62 @@ void Session::run_steps(const std::vector<Step>& steps) {
 
 namespace {
 
-class JsonChecker {
- public:
-  explicit JsonChecker(const std::string& text) : text_(text) {}
+// Recursive descent over the JSON grammar; each step returns false at the
+// first fault, leaving pos at it.
+struct JsonChecker {
+  const std::string& t;
+  size_t pos = 0;
 
-  std::string check() {
-    skip_space();
-    if (!value()) return error_.empty() ? "bad value at " + std::to_string(pos_) : error_;
-    skip_space();
-    if (pos_ != text_.size()) return "trailing text at " + std::to_string(pos_);
-    return "";
+  char peek() {
+    while (pos < t.size() && std::isspace(static_cast<unsigned char>(t[pos]))) ++pos;
+    return pos < t.size() ? t[pos] : '\0';
   }
-
- private:
-  bool fail(const std::string& what) {
-    if (error_.empty()) error_ = what + " at " + std::to_string(pos_);
-    return false;
-  }
-  void skip_space() {
-    while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_]))) ++pos_;
-  }
-  bool literal(const char* word) {
-    const std::string w(word);
-    if (text_.compare(pos_, w.size(), w) != 0) return fail("expected " + w);
-    pos_ += w.size();
-    return true;
-  }
+  bool eat(char c) { return peek() == c && (++pos, true); }
   bool string() {
-    if (text_[pos_] != '"') return fail("expected string");
-    for (++pos_; pos_ < text_.size(); ++pos_) {
-      const char c = text_[pos_];
-      if (c == '"') {
-        ++pos_;
-        return true;
-      }
-      if (static_cast<unsigned char>(c) < 0x20) return fail("control character in string");
-      if (c == '\\') ++pos_;
+    if (!eat('"')) return false;
+    for (; pos < t.size() && t[pos] != '"'; ++pos) {
+      if (static_cast<unsigned char>(t[pos]) < 0x20) return false;
+      if (t[pos] == '\\') ++pos;
     }
-    return fail("unterminated string");
+    return pos++ < t.size();
   }
   bool number() {
-    const size_t start = pos_;
-    if (text_[pos_] == '-') ++pos_;
-    while (pos_ < text_.size() && (std::isdigit(static_cast<unsigned char>(text_[pos_])) ||
-                                   text_[pos_] == '.' || text_[pos_] == 'e' || text_[pos_] == 'E' ||
-                                   text_[pos_] == '+' || text_[pos_] == '-')) {
-      ++pos_;
-    }
-    if (pos_ == start || !std::isdigit(static_cast<unsigned char>(text_[pos_ - 1]))) {
-      return fail("bad number");
-    }
-    return true;
+    const size_t start = pos;
+    while (pos < t.size() && std::strchr("+-.eE0123456789", t[pos]) != nullptr) ++pos;
+    return pos > start && std::isdigit(static_cast<unsigned char>(t[pos - 1]));
+  }
+  bool word(const char* w) {
+    const size_t n = std::strlen(w);
+    return t.compare(pos, n, w) == 0 && (pos += n, true);
   }
   template <typename Item>
   bool sequence(char close, Item item) {
-    ++pos_;
-    skip_space();
-    if (pos_ < text_.size() && text_[pos_] == close) {
-      ++pos_;
-      return true;
-    }
-    while (true) {
-      skip_space();
+    ++pos;
+    if (eat(close)) return true;
+    do {
       if (!item()) return false;
-      skip_space();
-      if (pos_ >= text_.size()) return fail("unterminated");
-      if (text_[pos_] == ',') {
-        ++pos_;
-        continue;
-      }
-      if (text_[pos_] == close) {
-        ++pos_;
-        return true;
-      }
-      return fail("expected , or closing bracket");
-    }
+    } while (eat(','));
+    return eat(close);
   }
   bool value() {
-    if (pos_ >= text_.size()) return fail("unexpected end");
-    const char c = text_[pos_];
-    if (c == '{') {
-      return sequence('}', [this] {
-        if (!string()) return false;
-        skip_space();
-        if (pos_ >= text_.size() || text_[pos_] != ':') return fail("expected :");
-        ++pos_;
-        skip_space();
-        return value();
-      });
+    switch (peek()) {
+      case '{': return sequence('}', [this] { return string() && eat(':') && value(); });
+      case '[': return sequence(']', [this] { return value(); });
+      case '"': return string();
+      case 't': return word("true");
+      case 'f': return word("false");
+      case 'n': return word("null");
+      default: return number();
     }
-    if (c == '[') return sequence(']', [this] { return value(); });
-    if (c == '"') return string();
-    if (c == 't') return literal("true");
-    if (c == 'f') return literal("false");
-    if (c == 'n') return literal("null");
-    return number();
   }
-
-  const std::string& text_;
-  size_t pos_ = 0;
-  std::string error_;
 };
 
 }  // namespace
 
-std::string json_error(const std::string& text) { return JsonChecker(text).check(); }
+std::string json_error(const std::string& text) {
+  JsonChecker checker{text};
+  if (checker.value() && checker.peek() == '\0') return "";
+  return "not valid JSON at byte " + std::to_string(checker.pos);
+}
 
 }  // namespace vtl::test

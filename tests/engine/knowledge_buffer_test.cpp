@@ -93,5 +93,31 @@ TEST(KnowledgeBuffer, RejectionMarksTheEngineButReplacesTheModel) {
   EXPECT_EQ(import_knowledge_buffer(knowledge.data()), 0);
 }
 
+TEST(KnowledgeBuffer, ConversionsTruncateAndNeverOverflow) {
+  Knowledge k{};
+  export_knowledge_buffer(k.data());
+  k[0] = test::kNaN;   // NaN: 0
+  k[1] = test::kInf;   // saturates at 2^31 - 1: low 8 bits 255
+  k[2] = -test::kInf;  // saturates at -2^31: low 8 bits 0
+  k[7] = 1e10f;        // count: low 16 bits of 2^31 - 1
+  k[12] = -1.5f;       // truncated to -1: 65535
+  k[53] = 300.0f;      // a slot number beyond the table keeps its low 8 bits
+  k[56] = 3.99f;
+  EXPECT_EQ(import_knowledge_buffer(k.data()), 0);
+  EXPECT_EQ(learn_count, 0u);
+  EXPECT_EQ(measure_primary, 255);
+  EXPECT_EQ(measure_secondary, 0);
+  EXPECT_EQ(cluster_table[0].count, 65535);
+  EXPECT_EQ(cluster_table[1].count, 65535);
+  EXPECT_EQ(spare_slot, 44);
+  EXPECT_EQ(smallest_count, 3);
+  k[0] = 1e19f;  // beyond 64 bits: the low 32 bits of 2^63 - 1
+  import_knowledge_buffer(k.data());
+  EXPECT_EQ(learn_count, 0xFFFFFFFFu);
+  k[0] = 4294967296.0f * 3.0f + 1024.0f;  // exact in float: low 32 bits 1024
+  import_knowledge_buffer(k.data());
+  EXPECT_EQ(learn_count, 1024u);
+}
+
 }  // namespace
 }  // namespace vtl

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "cli/front_state.h"
@@ -55,33 +56,23 @@ std::vector<std::uint8_t> encoded() {
 TEST(StateFile, LayoutIsPackedLittleEndian) {
   fill_distinct_state();
   const std::vector<std::uint8_t> image = encoded();
-  auto u32_at = [&](size_t o) {
-    return static_cast<std::uint32_t>(image[o]) | (image[o + 1] << 8) | (image[o + 2] << 16) |
-           (static_cast<std::uint32_t>(image[o + 3]) << 24);
+  auto at = [&](size_t o, size_t size) {
+    std::uint32_t v = 0;
+    for (size_t i = size; i-- > 0;) v = (v << 8) | image[o + i];
+    return v;
   };
-  EXPECT_EQ(u32_at(0), 0xFFFFFFFEu);
-  EXPECT_EQ(u32_at(4), 0x01020304u);
-  EXPECT_EQ(u32_at(12), 0x7FFFFFFFu);
-  EXPECT_EQ(u32_at(16), 0x7FC01234u);
-  EXPECT_EQ(image[20], 0xA5);
-  EXPECT_EQ(u32_at(21), 0xDEADBEEFu);  // unaligned
-  EXPECT_EQ(image[25], 0x34);
-  EXPECT_EQ(image[26], 0x12);
-  EXPECT_EQ(image[27], 0xDC);
-  EXPECT_EQ(image[29], 200);
-  EXPECT_EQ(image[30], 3);
-  // Slot 2's block: center, radius, count (the reverse of the record's order).
-  const size_t block = 31 + 18 * 2;
-  EXPECT_EQ(u32_at(block), bits(2.25f));
-  EXPECT_EQ(u32_at(block + 4), 0xFF800003u);
-  EXPECT_EQ(u32_at(block + 8), bits(-2.0f));
-  EXPECT_EQ(u32_at(block + 12), bits(1.0f));
-  EXPECT_EQ(image[block + 16] | (image[block + 17] << 8), 1002);
-  EXPECT_EQ(u32_at(31 + 18 * 3 + 12), bits(-0.0f));
-  EXPECT_EQ(image[211], 4);
-  EXPECT_EQ(image[212], 9);
-  EXPECT_EQ(image[213], 7);
-  EXPECT_EQ(image[214] | (image[215] << 8), 0xBEEF);
+  const size_t slot2 = 31 + 18 * 2;  // center, radius, count: the reverse of the record
+  const std::pair<std::pair<size_t, size_t>, std::uint32_t> fields[] = {
+      {{0, 4}, 0xFFFFFFFEu},   {{4, 4}, 0x01020304u},      {{12, 4}, 0x7FFFFFFFu},
+      {{16, 4}, 0x7FC01234u},  {{20, 1}, 0xA5},            {{21, 4}, 0xDEADBEEFu},
+      {{25, 2}, 0x1234},       {{27, 2}, 0xFEDC},          {{29, 1}, 200},
+      {{30, 1}, 3},            {{slot2, 4}, bits(2.25f)},  {{slot2 + 4, 4}, 0xFF800003u},
+      {{slot2 + 8, 4}, bits(-2.0f)}, {{slot2 + 12, 4}, bits(1.0f)}, {{slot2 + 16, 2}, 1002},
+      {{31 + 18 * 3 + 12, 4}, bits(-0.0f)}, {{211, 1}, 4}, {{212, 1}, 9}, {{213, 1}, 7},
+      {{214, 2}, 0xBEEF}};
+  for (const auto& [where, expected] : fields) {
+    EXPECT_EQ(at(where.first, where.second), expected) << "offset " << where.first;
+  }
 }
 
 TEST(StateFile, SaveThenLoadRestoresEveryFieldBitForBit) {
