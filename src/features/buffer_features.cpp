@@ -31,6 +31,8 @@ float identity(float v) { return v; }
 float square(float v) { return v * v; }
 float magnitude(float v) { return std::fabs(v); }
 float root_magnitude(float v) { return std::sqrt(std::fabs(v)); }
+float cube(float v) { return (v * v) * v; }
+float fourth_power(float v) { return ((v * v) * v) * v; }
 
 // The helpers below need n >= 1; the public routines check it.
 float mean_of(const float* x, std::uint16_t n) {
@@ -47,6 +49,16 @@ float variance_of(const float* x, std::uint16_t n) {
 }
 
 float std_of(const float* x, std::uint16_t n) { return std::sqrt(variance_of(x, n)); }
+
+// ((sum of power(d[i])) / power(sigma)) / n, with the mean and the standard
+// deviation computed afresh as their own routines compute them.
+template <typename Power>
+float standardized_moment(const float* x, std::uint16_t n, Power power) {
+  const float m = mean_of(x, n);
+  const float sigma = std_of(x, n);
+  const float s = sum_terms(x, n, [m, power](float v) { return power(v - m); });
+  return (s / power(sigma)) / static_cast<float>(n);
+}
 
 float min_of(const float* x, std::uint16_t n) {
   float running = x[0];
@@ -120,25 +132,11 @@ float feature_crest_factor(const float* x, std::uint16_t n) {
 }
 
 float feature_skewness(const float* x, std::uint16_t n) {
-  if (n == 0) return kNaN;
-  const float m = mean_of(x, n);
-  const float sigma = std_of(x, n);
-  const float s = sum_terms(x, n, [m](float v) {
-    const float d = v - m;
-    return (d * d) * d;
-  });
-  return (s / ((sigma * sigma) * sigma)) / static_cast<float>(n);
+  return n == 0 ? kNaN : standardized_moment(x, n, cube);
 }
 
 float feature_kurtosis(const float* x, std::uint16_t n) {
-  if (n == 0) return kNaN;
-  const float m = mean_of(x, n);
-  const float sigma = std_of(x, n);
-  const float s = sum_terms(x, n, [m](float v) {
-    const float d = v - m;
-    return ((d * d) * d) * d;
-  });
-  return (s / (((sigma * sigma) * sigma) * sigma)) / static_cast<float>(n) - 3.0f;
+  return n == 0 ? kNaN : standardized_moment(x, n, fourth_power) - 3.0f;
 }
 
 float feature_clearance_factor(const float* x, std::uint16_t n) {

@@ -4,6 +4,7 @@
 
 #include "features/buffer_features.h"
 #include "features/merge_sort.h"
+#include "features/spectra.h"
 
 namespace vtl {
 
@@ -21,6 +22,9 @@ float zero_crossings_value(const float* x, std::uint16_t n) {
 }
 float mean_crossings_value(const float* x, std::uint16_t n) {
   return static_cast<float>(feature_mean_crossings(x, n));
+}
+float argmax_value(const float* x, std::uint16_t n) {
+  return static_cast<float>(feature_argmax(x, n));
 }
 float p5_value(const float* x, std::uint16_t n) { return feature_percentile(x, n, 5); }
 float p25_value(const float* x, std::uint16_t n) { return feature_percentile(x, n, 25); }
@@ -50,8 +54,20 @@ constexpr FeatureStep kSampleSteps[] = {
 
 // Features of the ascending copy, written after the others.
 constexpr FeatureStep kSortedSteps[] = {
-    {FEAT_P5, p5_value},         {FEAT_P25, p25_value},       {FEAT_P75, p75_value},
-    {FEAT_P95, p95_value},       {FEAT_MEDIAN, feature_median}, {FEAT_ENTROPY, feature_entropy},
+    {FEAT_P5, p5_value},
+    {FEAT_P25, p25_value},
+    {FEAT_P75, p75_value},
+    {FEAT_P95, p95_value},
+    {FEAT_MEDIAN, feature_median},
+    {FEAT_ENTROPY, feature_entropy},
+};
+
+// Features of the amplitude spectrum.
+constexpr FeatureStep kSpectralSteps[] = {
+    {FEAT_SPECTRAL_PEAK, feature_peak},
+    {FEAT_SPECTRAL_PEAK_BIN, argmax_value},
+    {FEAT_SPECTRAL_SUM, feature_sum},
+    {FEAT_SPECTRAL_ENERGY, feature_sum_squares},
 };
 
 // Where the selected features of one call go in the matrix.
@@ -93,8 +109,11 @@ void extract_features(const float* signal, float* features, const std::uint8_t* 
   const MatrixColumn out{features, slots, column, columns, rows};
 
   if (frequency != 0) {
-    (void)fft_work;
-    (void)fft_len;
+    if (!out.any_selected(kSpectralSteps)) return;
+    // Below 2 points there is no spectrum value; other lengths have no transform.
+    if (fft_len < 2 || (fft_len & (fft_len - 1u)) != 0) return;
+    amplitude_spectrum(signal, fft_work, spectrum, fft_len);
+    out.write(kSpectralSteps, spectrum, static_cast<std::uint16_t>(fft_len / 2u));
     return;
   }
 
