@@ -1,12 +1,11 @@
-// Similarity scoring: the vote of each merged cluster, the clamps and the early
-// return at 100.
+// Similarity scoring: the vote of each merged cluster, the clamps, and the
+// similarity byte that detection makes of the score.
 
 #include "engine/scoring.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
+#include "engine/interface.h"
 #include "engine/model.h"
 #include "test_util.h"
 
@@ -15,75 +14,70 @@ namespace {
 
 constexpr float kFactor = static_cast<float>(1.0 * 0.29);  // sensitivity 1
 
-// A model measured by Chebyshev x absolute-correlation distance: the latter is
-// 1 for a constant center, so the distance to a center (c, c, c) is simply the
-// largest coordinate difference.
-void reset_chebyshev() {
+// Measured by Chebyshev x absolute correlation, which is 1 for the constant
+// center (0, 0, 0): the distance is the largest coordinate difference.
+void one_cluster(std::uint16_t count, float radius) {
   engine_reset();
   measure_primary = 0;
   measure_secondary = 3;
+  cluster_table[2] = {count, radius, {0.0f, 0.0f, 0.0f}};
 }
 
-void set_cluster(unsigned slot, std::uint16_t count, float radius, float c) {
-  cluster_table[slot] = {count, radius, {c, c, c}};
-}
-
-TEST(Scoring, OnlyMergedClustersVote) {
-  engine_reset();
-  const float signal[3] = {1.0f, 2.0f, 3.0f};
-  EXPECT_EQ(score_similarity(signal, kFactor), 0.0f);
-  reset_chebyshev();
-  set_cluster(0, 1, 5.0f, 1.0f);  // count 1: a single signal, never scored
-  EXPECT_EQ(score_similarity(signal, kFactor), 0.0f);
-}
-
-TEST(Scoring, VotesClampAndTheBestWins) {
-  reset_chebyshev();
-  set_cluster(2, 2, 1.0f, 0.0f);
+TEST(Scoring, VotesAndClamps) {
+  struct Case {
+    std::uint16_t count;
+    float radius, x, factor, expected;
+  };
+  const Case cases[] = {
+      {1, 5.0f, 1.0f, kFactor, 0.0f},          // single signals never vote
+      {2, 1.0f, 1.0f, kFactor, 100.0f},        // 310.3 clamped
+      {2, 1.0f, 0.0f, kFactor, 100.0f},        // distance 0: q = +inf
+      {2, 0.0f, 0.0f, kFactor, 0.0f},          // 0 / 0
+      {2, 0.0f, 2.0f, kFactor, 0.0f},          // radius 0
+      {2, 1.0f, 2.0f, test::kNaN, 0.0f},       // NaN sensitivity
+      {2, 1.0f, 2.0f, -0.29f, 0.0f},           // negative sensitivity
+      {2, 1.0f, 2.0f, 0.0f, 100.0f},           // sensitivity 0
+      {2, 1.0f, test::kNaN, kFactor, 0.0f},    // NaN distance
+  };
+  for (const Case& c : cases) {
+    one_cluster(c.count, c.radius);
+    const float signal[3] = {c.x, 0.0f, 0.0f};
+    EXPECT_EQ(score_similarity(signal, c.factor), c.expected) << c.radius << " " << c.x;
+  }
+  one_cluster(2, 1.0f);
   const float ten_away[3] = {10.0f, 0.0f, 0.0f};
-  const float near[3] = {1.0f, 0.0f, 0.0f};
   EXPECT_EQ(static_cast<int>(score_similarity(ten_away, kFactor)), 31);  // 90 / 0.29 / 10
-  EXPECT_EQ(score_similarity(near, kFactor), 100.0f);                    // 310.3 clamped
-  const float on_center[3] = {0.0f, 0.0f, 0.0f};
-  EXPECT_EQ(score_similarity(on_center, kFactor), 100.0f);  // q = +inf
+  EXPECT_NEAR(score_similarity(ten_away, 2.0f * kFactor), 31.03f / 2.0f, 1e-2f);
+  engine_reset();  // reset selectors: a zero center has no angle, so no vote
+  cluster_table[0] = {2, 1.0f, {0.0f, 0.0f, 0.0f}};
+  EXPECT_EQ(score_similarity(ten_away, kFactor), 0.0f);
+}
 
-  // Sensitivity 2 halves an unclamped score.
-  const float half_factor = static_cast<float>(2.0 * 0.29);
-  EXPECT_NEAR(score_similarity(ten_away, half_factor), score_similarity(ten_away, kFactor) / 2.0f,
-              1e-4f);
-
-  // Two clusters voting about 40 and 70: 70 wins, whatever their order.
-  reset_chebyshev();
+TEST(Scoring, BestVoteWinsWhateverTheOrder) {
+  const float ten_away[3] = {10.0f, 0.0f, 0.0f};
   const float seventy = 70.0f * 10.0f * 0.29f / 90.0f;
   const float forty = 40.0f * 10.0f * 0.29f / 90.0f;
-  set_cluster(1, 3, forty, 0.0f);
-  set_cluster(6, 3, seventy, 0.0f);
+  one_cluster(3, forty);
+  cluster_table[6] = {3, seventy, {0.0f, 0.0f, 0.0f}};
   const float first = score_similarity(ten_away, kFactor);
-  set_cluster(1, 3, seventy, 0.0f);
-  set_cluster(6, 3, forty, 0.0f);
+  std::swap(cluster_table[2], cluster_table[6]);
   EXPECT_EQ(score_similarity(ten_away, kFactor), first);
   EXPECT_NEAR(first, 70.0f, 1e-3f);
 }
 
-TEST(Scoring, DegenerateValuesAreAbsorbedByTheClamp) {
-  reset_chebyshev();
-  set_cluster(0, 2, 0.0f, 0.0f);  // radius 0
-  const float on_center[3] = {0.0f, 0.0f, 0.0f};
-  const float away[3] = {2.0f, 0.0f, 0.0f};
-  EXPECT_EQ(score_similarity(on_center, kFactor), 0.0f);  // 0 / 0
-  EXPECT_EQ(score_similarity(away, kFactor), 0.0f);
-
-  set_cluster(0, 2, 1.0f, 0.0f);
-  EXPECT_EQ(score_similarity(away, test::kNaN), 0.0f);      // NaN sensitivity
-  EXPECT_EQ(score_similarity(away, -0.29f), 0.0f);          // negative sensitivity
-  EXPECT_EQ(score_similarity(away, 0.0f), 100.0f);          // sensitivity 0
-  const float nan_signal[3] = {test::kNaN, 0.0f, 0.0f};
-  EXPECT_EQ(score_similarity(nan_signal, kFactor), 0.0f);   // NaN distance
-
-  // With the reset selectors a zero center has no angle: NaN distance, score 0.
-  engine_reset();
-  set_cluster(0, 2, 1.0f, 0.0f);
-  EXPECT_EQ(score_similarity(away, kFactor), 0.0f);
+TEST(Scoring, DetectionTruncatesTheScoreToTheByte) {
+  vtl_anomalydetection_init();
+  one_cluster(2, 89.99f * 0.29f / 90.0f);  // votes 89.99 at distance 1
+  learn_count = 10;
+  engine_status = status_minimum_learning_done;
+  const float signal[3] = {1.0f, 0.0f, 0.0f};
+  std::uint8_t similarity = 0;
+  for (const auto& [sens, expected] : {std::pair{1.0f, 89}, std::pair{0.0f, 100}, std::pair{2.0f, 44}}) {
+    sensitivity = sens;
+    EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_ok);
+    EXPECT_EQ(similarity, expected) << "sensitivity " << sens;
+  }
+  sensitivity = 1.0f;
 }
 
 }  // namespace
