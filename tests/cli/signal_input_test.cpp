@@ -115,45 +115,28 @@ TEST(SignalInput, RangeOptionErrors) {
   s.run_steps({{{kLearn, "--file", "empty.csv"}, "Error: file is empty !\n", 1}});
 }
 
-TEST(SignalInput, SeparatorsAllGiveTheSameModel) {
-  // The same twelve readings, written with different separators, learn the same model.
-  std::optional<std::string> reference;
-  for (const std::string sep : {",", " ", ";", "\t"}) {
-    for (const std::string newline : {"\n", "\r\n"}) {
-      std::string text = kTwelveLines;
-      std::string converted;
-      for (char c : text) {
-        if (c == ',') {
-          converted += sep;
-        } else if (c == '\n') {
-          converted += newline;
-        } else {
-          converted += c;
-        }
-      }
-      Session s;
-      s.run({kInit});
-      s.write_file("train.csv", converted);
-      const RunResult result = s.run({kLearn, "--file", "train.csv"});
-      EXPECT_EQ(result.status, 0) << result.out;
-      if (!reference) reference = s.state();
-      EXPECT_EQ(s.state(), reference) << "separator '" << sep << "'";
-    }
-  }
+// The state file after init and learning the given file text.
+std::optional<std::string> model_learned_from(const std::string& text) {
+  Session s;
+  s.run({kInit});
+  s.write_file("s.csv", text);
+  EXPECT_EQ(s.run({kLearn, "--file", "s.csv"}).status, 0);
+  return s.state();
 }
 
 TEST(SignalInput, ReaderCountsSignalsNotLines) {
-  // Four values on a line shift every later signal: this file holds the same
-  // numbers as "1,2,3 / 4,5,6 / 7,8,9" but one line is short and one long.
-  Session plain;
-  plain.run({kInit});
-  plain.write_file("s.csv", "1,2,3\n4,5,6\n7,8,9\n");
-  plain.run({kLearn, "--file", "s.csv"});
-  Session shifted;
-  shifted.run({kInit});
-  shifted.write_file("s.csv", "1,2,3,4\n5,6\n7,8,9\n");
-  EXPECT_EQ(shifted.run({kLearn, "--file", "s.csv"}).status, 0);
-  EXPECT_EQ(shifted.state(), plain.state());
+  // Any one character separates values: the same readings with other
+  // separators or line ends learn the same model.
+  const std::optional<std::string> reference = model_learned_from(kTwelveLines);
+  const std::pair<char, std::string> replacements[] = {
+      {',', " "}, {',', ";"}, {',', "\t"}, {'\n', "\r\n"}};
+  for (const auto& [from, to] : replacements) {
+    std::string converted;
+    for (char c : kTwelveLines) converted += c == from ? to : std::string(1, c);
+    EXPECT_EQ(model_learned_from(converted), reference) << "separator '" << to << "'";
+  }
+  // Four values on a line shift every later signal; the reader never resynchronises.
+  EXPECT_EQ(model_learned_from("1,2,3,4\n5,6\n7,8,9\n"), model_learned_from("1,2,3\n4,5,6\n7,8,9\n"));
 }
 
 TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
