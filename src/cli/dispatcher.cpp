@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
+#include "cli/file_handle.h"
 #include "cli/front_state.h"
 #include "cli/messages.h"
 #include "cli/report.h"
@@ -16,11 +16,6 @@
 namespace vtl {
 
 namespace {
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 FileHandle open_state_file(const char* mode) { return FileHandle(std::fopen(kStateFileName, mode)); }
 
@@ -80,7 +75,7 @@ int run_get_version(int argc) {
 // Opens and imports the knowledge file named by argv[3]; 0 or 1 as the exit status.
 int import_named_knowledge(int argc, char** argv) {
   input_arg_index = 3;
-  FileHandle knowledge(argc > 3 ? std::fopen(argv[input_arg_index], "rb") : nullptr);
+  FileHandle knowledge = argc > 3 ? open_input_file(argv[input_arg_index]) : nullptr;
   if (!knowledge) {
     print_line("Error: could not open knowledge file !");
     print_line("Check path of file and/or name of file is correct.");

@@ -3,8 +3,8 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
+#include "cli/file_handle.h"
 #include "cli/front_state.h"
 #include "cli/report.h"
 #include "engine/interface.h"
@@ -14,11 +14,6 @@ namespace vtl {
 namespace {
 
 constexpr int kSignalValues = 3;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 // strtol in base 10 stored as a signed 32-bit value: out-of-range texts give
 // the nearest 32-bit value, as a 32-bit strtol does.
@@ -159,7 +154,7 @@ std::int32_t count_lines(std::FILE* file) {
 int read_signal_file(Command command, int argc, char** argv) {
   input_arg_index = 3;
   const char* file_name = argv[input_arg_index];
-  FileHandle file(std::fopen(file_name, "rb"));
+  FileHandle file = open_input_file(file_name);
   if (!file) {
     print_line("Error: could not open file !");
     print_line("Check path of file and/or name of file is correct.");

@@ -87,6 +87,8 @@ TEST(SignalInput, RangeOptionErrors) {
   const std::string bad_begin =
       "Error: argument --begin is not correct !\nBegin line number must be > 0\n";
   const std::string bad_end = "Error: argument --end is not correct !\nEnd line number must be > 0\n";
+  const std::string kCannotOpen =
+      "Error: could not open file !\nCheck path of file and/or name of file is correct.\n";
   const std::string invalid =
       "Error: missing or not valid argument in Vantelo learning function call by file !\n" +
       usage_lines(kLearn, 2) + kTrailer;
@@ -108,8 +110,8 @@ TEST(SignalInput, RangeOptionErrors) {
       {learn("--begin", "1", "--stop", "2"), invalid, 1},
       {learn("--begin", "1", "--begin", "2"), invalid, 1},
       {learn("--end", "2", "--end", "3"), invalid, 1},
-      {{kLearn, "--file", "nothere.csv"},
-       "Error: could not open file !\nCheck path of file and/or name of file is correct.\n", 1},
+      {{kLearn, "--file", "nothere.csv"}, kCannotOpen, 1},
+      {{kLearn, "--file", "."}, kCannotOpen, 1},
   });
   s.write_file("empty.csv", "");
   s.run_steps({{{kLearn, "--file", "empty.csv"}, "Error: file is empty !\n", 1}});
