@@ -75,18 +75,9 @@ int run_get_version(int argc) {
 // Opens and imports the knowledge file named by argv[3]; 0 or 1 as the exit status.
 int import_named_knowledge(int argc, char** argv) {
   input_arg_index = 3;
-  FileHandle knowledge = argc > 3 ? open_input_file(argv[input_arg_index]) : nullptr;
-  if (!knowledge) {
-    print_line("Error: could not open knowledge file !");
-    print_line("Check path of file and/or name of file is correct.");
-    return 1;
-  }
-  std::fseek(knowledge.get(), 0, SEEK_END);
-  if (std::ftell(knowledge.get()) == 0) {
-    print_line("Error: file is empty !");
-    return 1;
-  }
-  std::fseek(knowledge.get(), 0, SEEK_SET);
+  FileHandle knowledge =
+      open_input_file(argc > 3 ? argv[input_arg_index] : nullptr, "knowledge file");
+  if (!knowledge) return 1;
   const unsigned result = import_knowledge_file(knowledge.get()) & 0xFFu;
   if (result != 0) {
     std::printf("Error: a knowledge that do not match the library has been loaded %u !\n", result);

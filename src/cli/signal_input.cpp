@@ -154,18 +154,8 @@ std::int32_t count_lines(std::FILE* file) {
 int read_signal_file(Command command, int argc, char** argv) {
   input_arg_index = 3;
   const char* file_name = argv[input_arg_index];
-  FileHandle file = open_input_file(file_name);
-  if (!file) {
-    print_line("Error: could not open file !");
-    print_line("Check path of file and/or name of file is correct.");
-    return 1;
-  }
-  std::fseek(file.get(), 0, SEEK_END);
-  if (std::ftell(file.get()) == 0) {
-    print_line("Error: file is empty !");
-    return 1;
-  }
-  std::fseek(file.get(), 0, SEEK_SET);
+  FileHandle file = open_input_file(file_name, "file");
+  if (!file) return 1;
 
   const bool learning = command == Command::learn;
   std::int32_t& first = learning ? learn_first_line : detect_first_line;

@@ -31,7 +31,12 @@ float run_plan(const FilterCall* calls, std::uint32_t count, const float* sample
   return work[0];
 }
 
-std::uint32_t first_three(std::uint32_t n) { return n < 3u ? n : 3u; }
+// Without a filter, the norm routines write the plain norm of the first three
+// values (of fewer when there are fewer).
+void write_unfiltered_norm(const float* source, std::uint32_t n, float* destination) {
+  norm_into_scratch(source, n < 3u ? n : 3u);
+  destination[0] = value_scratch;
+}
 
 }  // namespace
 
@@ -63,11 +68,7 @@ void filtered_norm(const float* source, std::uint32_t n, float* work, float* des
                    float f_upper, float f_lower) {
   FilterCall calls[kPlanCalls];
   const std::uint32_t count = plan_band_filter(fs, f_upper, f_lower, calls);
-  if (count == 0) {
-    norm_into_scratch(source, first_three(n));
-    destination[0] = value_scratch;
-    return;
-  }
+  if (count == 0) return write_unfiltered_norm(source, n, destination);
   norm_into_scratch(source, n);
   destination[0] = run_plan(calls, count, &value_scratch, work, fs);
 }
@@ -76,11 +77,7 @@ void filtered_samples(const float* source, std::uint32_t n, float* work, float* 
                       float fs, float f_upper, float f_lower) {
   FilterCall calls[kPlanCalls];
   const std::uint32_t count = plan_band_filter(fs, f_upper, f_lower, calls);
-  if (count == 0) {
-    norm_into_scratch(source, first_three(n));
-    destination[0] = value_scratch;
-    return;
-  }
+  if (count == 0) return write_unfiltered_norm(source, n, destination);
   for (std::uint32_t i = 0; i < n; ++i) {
     value_scratch = source[i];
     destination[i] = run_plan(calls, count, &value_scratch, work, fs);
