@@ -6,7 +6,7 @@
 #include "engine/knowledge_buffer.h"
 #include "engine/model.h"
 #include "engine/staging.h"
-#include "features/spectra.h"
+#include "features/magnitudes.h"
 
 namespace vtl {
 

@@ -4,7 +4,7 @@
 
 #include "features/buffer_features.h"
 #include "features/merge_sort.h"
-#include "features/spectra.h"
+#include "features/magnitudes.h"
 
 namespace vtl {
 

@@ -6,4 +6,4 @@
 #include "features/centroid.h"
 #include "features/extract.h"
 #include "features/merge_sort.h"
-#include "features/spectra.h"
+#include "features/magnitudes.h"

@@ -22,20 +22,20 @@ int main() {
     signal[t] = 1.5f * static_cast<float>(std::sin(phase)) + noise(rng);
   }
 
-  // The spectrum lands in the first n/2 places of spec; place k is DFT bin k + 1.
+  // The spectrum lands in the first n/2 places of amplitudes; place k is DFT bin k + 1.
   std::array<float, n> work;
-  std::array<float, n> spec;
-  vtl::amplitude_spectrum(signal.data(), work.data(), spec.data(), n);
+  std::array<float, n> amplitudes;
+  vtl::amplitude_spectrum(signal.data(), work.data(), amplitudes.data(), n);
 
   std::printf("Strongest bins of the amplitude spectrum:\n");
   std::array<bool, n / 2> shown{};
   for (int rank = 0; rank < 3; ++rank) {
     int best = -1;
     for (int k = 0; k < n / 2; ++k) {
-      if (!shown[k] && (best < 0 || spec[k] > spec[best])) best = k;
+      if (!shown[k] && (best < 0 || amplitudes[k] > amplitudes[best])) best = k;
     }
     shown[best] = true;
-    std::printf("  bin %4d  amplitude %.6f\n", best + 1, spec[best]);
+    std::printf("  bin %4d  amplitude %.6f\n", best + 1, amplitudes[best]);
   }
 
   // Slot table: the feature with id k goes to matrix row slots[k]; 255 leaves it out.
@@ -52,14 +52,14 @@ int main() {
   slots[vtl::FEAT_SPECTRAL_ENERGY] = 7;
 
   // One column (one signal axis); the time-domain and the spectral features
-  // take one call each. The sort borrows spec as its scratch.
+  // take one call each. The sort borrows amplitudes as its scratch.
   std::array<float, rows> matrix{};
   std::array<float, n> sorted;
   const std::uint8_t column = 0, columns = 1;
   vtl::extract_features(signal.data(), matrix.data(), slots.data(), sorted.data(), column,
-                        columns, n, work.data(), spec.data(), n, rows, 0);
+                        columns, n, work.data(), amplitudes.data(), n, rows, 0);
   vtl::extract_features(signal.data(), matrix.data(), slots.data(), sorted.data(), column,
-                        columns, n, work.data(), spec.data(), n, rows, 1);
+                        columns, n, work.data(), amplitudes.data(), n, rows, 1);
 
   // The peak place is an index into the spectrum: place k is DFT bin k + 1.
   const char* names[rows] = {"mean",          "rms",        "median",       "zero crossings",

@@ -1,4 +1,4 @@
-#include "features/spectra.h"
+#include "features/magnitudes.h"
 
 #include <cmath>
 #include <cstddef>
@@ -32,22 +32,22 @@ void centered_spectrum(float* x, float* im, std::uint16_t n) {
   for (std::uint32_t k = 0; k < half; ++k) im[k] = im[k] >= 0.0f ? std::sqrt(im[k]) : 0.0f;
 }
 
-void amplitude_spectrum(const float* x, float* work, float* spec, std::uint16_t n) {
+void amplitude_spectrum(const float* x, float* work, float* amplitudes, std::uint16_t n) {
   if (!transformable(n)) return;
   for (std::uint32_t i = 0; i < n; ++i) {
     work[i] = x[i];
-    spec[i] = 0.0f;
+    amplitudes[i] = 0.0f;
   }
-  fft_in_place(work, spec, n);
+  fft_in_place(work, amplitudes, n);
   const std::uint32_t half = n / 2u;
-  for (std::uint32_t k = 0; k < half; ++k) spec[k] = std::sqrt(power_of_next_bin(work, spec, k));
+  for (std::uint32_t k = 0; k < half; ++k) amplitudes[k] = std::sqrt(power_of_next_bin(work, amplitudes, k));
 }
 
-void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* spec, std::uint16_t n) {
+void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* amplitudes, std::uint16_t n) {
   if (!transformable(n)) return;
   for (std::uint32_t i = 0; i < n; ++i) {
     mag[i] = 0.0f;
-    spec[i] = 0.0f;
+    amplitudes[i] = 0.0f;
   }
   if (d > 0) {
     for (std::size_t j = 0; j < d; ++j) {
@@ -58,9 +58,9 @@ void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* spec, s
     }
     for (std::uint32_t i = 0; i < n; ++i) mag[i] = std::sqrt(mag[i]);
   }
-  fft_in_place(mag, spec, n);
+  fft_in_place(mag, amplitudes, n);
   const std::uint32_t half = n / 2u;
-  for (std::uint32_t k = 0; k < half; ++k) spec[k] = std::sqrt(power_of_next_bin(mag, spec, k));
+  for (std::uint32_t k = 0; k < half; ++k) amplitudes[k] = std::sqrt(power_of_next_bin(mag, amplitudes, k));
 }
 
 }  // namespace vtl

@@ -1,4 +1,4 @@
-#include "features/spectra.h"
+#include "features/magnitudes.h"
 
 #include <gtest/gtest.h>
 
@@ -39,9 +39,9 @@ TEST(Spectra, SmallFramesExactly) {
 
   std::vector<float> data;  // 8 samples of (3, 4, 0): norms 5, no spectrum
   for (int i = 0; i < 8; ++i) data.insert(data.end(), {3.0f, 4.0f, 0.0f});
-  std::vector<float> mag(8), spec(8);
-  norm_spectrum(data.data(), 3, mag.data(), spec.data(), 8);
-  for (int k = 0; k < 4; ++k) EXPECT_EQ(0.0f, spec[k]);
+  std::vector<float> mag(8), amplitudes(8);
+  norm_spectrum(data.data(), 3, mag.data(), amplitudes.data(), 8);
+  for (int k = 0; k < 4; ++k) EXPECT_EQ(0.0f, amplitudes[k]);
 }
 
 TEST(Spectra, CosineShowsItsAmplitudeOneBelowItsPeriod) {
