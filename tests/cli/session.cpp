@@ -1,12 +1,11 @@
 #include "cli/session.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cctype>
 #include <cstring>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,12 +15,18 @@ namespace vtl::test {
 
 namespace {
 
-std::string drain(int fd) {
-  std::string data;
-  char buffer[65536];
-  ssize_t got;
-  while ((got = read(fd, buffer, sizeof buffer)) > 0) data.append(buffer, static_cast<size_t>(got));
-  return data;
+// A shell word that stands for the text exactly.
+std::string shell_word(const std::string& text) {
+  std::string word = "'";
+  for (char c : text) {
+    if (c == '\'') {
+      word += "'\\''";
+    } else {
+      word += c;
+    }
+  }
+  word += '\'';
+  return word;
 }
 
 }  // namespace
@@ -56,35 +61,19 @@ std::optional<std::string> Session::read_file(const std::string& name) const {
 RunResult Session::run(const std::vector<std::string>& args, bool json) {
   const std::optional<std::string> state_before = state();
   // Standard error goes to a file so that a large standard output cannot block.
-  const std::string err_path = dir_ + "/.stderr";
-  int out_pipe[2];
-  if (pipe(out_pipe) != 0) throw std::runtime_error("pipe failed");
-  const pid_t child = fork();
-  if (child == 0) {
-    std::vector<char*> argv;
-    std::string program = VTL_EMULATOR_PATH;
-    argv.push_back(program.data());
-    std::vector<std::string> copies(args);
-    for (std::string& arg : copies) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    const int err_fd = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(out_pipe[1], STDOUT_FILENO);
-    dup2(err_fd, STDERR_FILENO);
-    close(out_pipe[0]);
-    close(out_pipe[1]);
-    if (chdir(dir_.c_str()) != 0) _exit(127);
-    execv(argv[0], argv.data());
-    _exit(127);
+  std::string command = "cd " + shell_word(dir_) + " && exec " + shell_word(VTL_EMULATOR_PATH);
+  for (const std::string& arg : args) {
+    command += ' ';
+    command += shell_word(arg);
   }
-  close(out_pipe[1]);
+  std::FILE* pipe = popen((command + " 2>.stderr").c_str(), "r");
   RunResult result;
-  result.out = drain(out_pipe[0]);
-  close(out_pipe[0]);
-  int wait_status = 0;
-  waitpid(child, &wait_status, 0);
+  char buffer[65536];
+  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.out.append(buffer, got);
+  const int wait_status = pclose(pipe);
   result.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
   result.err = read_file(".stderr").value_or("");
-  std::filesystem::remove(err_path);
+  std::filesystem::remove(path(".stderr"));
 
   EXPECT_EQ(result.err, "") << "standard error must stay empty";
   if (result.status != 0) {

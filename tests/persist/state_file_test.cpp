@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #include "cli/front_state.h"
@@ -51,28 +50,6 @@ std::vector<std::uint8_t> encoded() {
   std::vector<std::uint8_t> image(kStateFileSize);
   encode_state(image.data());
   return image;
-}
-
-TEST(StateFile, LayoutIsPackedLittleEndian) {
-  fill_distinct_state();
-  const std::vector<std::uint8_t> image = encoded();
-  auto at = [&](size_t o, size_t size) {
-    std::uint32_t v = 0;
-    for (size_t i = size; i-- > 0;) v = (v << 8) | image[o + i];
-    return v;
-  };
-  const size_t slot2 = 31 + 18 * 2;  // center, radius, count: the reverse of the record
-  const std::pair<std::pair<size_t, size_t>, std::uint32_t> fields[] = {
-      {{0, 4}, 0xFFFFFFFEu},   {{4, 4}, 0x01020304u},      {{12, 4}, 0x7FFFFFFFu},
-      {{16, 4}, 0x7FC01234u},  {{20, 1}, 0xA5},            {{21, 4}, 0xDEADBEEFu},
-      {{25, 2}, 0x1234},       {{27, 2}, 0xFEDC},          {{29, 1}, 200},
-      {{30, 1}, 3},            {{slot2, 4}, bits(2.25f)},  {{slot2 + 4, 4}, 0xFF800003u},
-      {{slot2 + 8, 4}, bits(-2.0f)}, {{slot2 + 12, 4}, bits(1.0f)}, {{slot2 + 16, 2}, 1002},
-      {{31 + 18 * 3 + 12, 4}, bits(-0.0f)}, {{211, 1}, 4}, {{212, 1}, 9}, {{213, 1}, 7},
-      {{214, 2}, 0xBEEF}};
-  for (const auto& [where, expected] : fields) {
-    EXPECT_EQ(at(where.first, where.second), expected) << "offset " << where.first;
-  }
 }
 
 TEST(StateFile, SaveThenLoadRestoresEveryFieldBitForBit) {
