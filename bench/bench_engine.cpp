@@ -1,0 +1,49 @@
+// The engine's hot paths: one learning step with a full table (45 distances and
+// a merge) and one detection (up to 10 distances), with the reset selectors.
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdint>
+
+#include "engine/interface.h"
+
+namespace {
+
+// Readings of a machine running normally: gravity on z, a slow wobble on x and y.
+void reading(std::uint32_t t, float* signal) {
+  const float phase = static_cast<float>(t) / 7.0f;
+  signal[0] = 0.3f + 0.05f * std::cos(phase);
+  signal[1] = 0.2f + 0.05f * std::sin(phase);
+  signal[2] = 9.81f + 0.001f * static_cast<float>(t % 13);
+}
+
+void BM_Learn(benchmark::State& state) {
+  vtl::vtl_anomalydetection_init();
+  float signal[3];
+  std::uint32_t t = 0;
+  for (auto _ : state) {
+    reading(t++, signal);
+    benchmark::DoNotOptimize(vtl::vtl_anomalydetection_learn(signal));
+  }
+}
+BENCHMARK(BM_Learn);
+
+void BM_Detect(benchmark::State& state) {
+  vtl::vtl_anomalydetection_init();
+  float signal[3];
+  for (std::uint32_t t = 0; t < 1000; ++t) {
+    reading(t, signal);
+    vtl::vtl_anomalydetection_learn(signal);
+  }
+  std::uint8_t similarity = 0;
+  std::uint32_t t = 0;
+  for (auto _ : state) {
+    reading(t++, signal);
+    signal[0] += static_cast<float>(t % 3) * 0.5f;  // some readings far from the clusters
+    benchmark::DoNotOptimize(vtl::vtl_anomalydetection_detect(signal, &similarity));
+  }
+}
+BENCHMARK(BM_Detect);
+
+}  // namespace

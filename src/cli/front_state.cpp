@@ -1,0 +1,35 @@
+#include "cli/front_state.h"
+
+namespace vtl {
+
+std::int32_t learned_total = 0;
+std::int32_t detected_total = 0;
+std::int32_t nominal_total = 0;
+std::int32_t anomaly_total = 0;
+
+std::int32_t detected_now = 0;
+std::int32_t nominal_now = 0;
+std::int32_t anomaly_now = 0;
+
+std::int32_t input_arg_index = 0;
+std::int32_t learn_first_line = 0;
+std::int32_t learn_last_line = 0;
+std::int32_t detect_first_line = 0;
+std::int32_t detect_last_line = 0;
+std::int32_t line_count = 0;
+std::int32_t current_line = 0;
+
+std::uint8_t similarity = 0;
+float input_buffer[3] = {0.0f, 0.0f, 0.0f};
+
+void count_classification(bool nominal) {
+  if (nominal) {
+    increment_counter(nominal_total);
+    ++nominal_now;
+  } else {
+    increment_counter(anomaly_total);
+    ++anomaly_now;
+  }
+}
+
+}  // namespace vtl

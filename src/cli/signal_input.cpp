@@ -1,0 +1,199 @@
+#include "cli/signal_input.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "cli/file_handle.h"
+#include "cli/front_state.h"
+#include "cli/report.h"
+#include "engine/interface.h"
+
+namespace vtl {
+
+namespace {
+
+constexpr int kSignalValues = 3;
+
+// strtol in base 10 stored as a signed 32-bit value: out-of-range texts give
+// the nearest 32-bit value, as a 32-bit strtol does.
+std::int32_t parse_line_number(const char* text) {
+  const long value = std::strtol(text, nullptr, 10);
+  if (value > INT32_MAX) return INT32_MAX;
+  if (value < INT32_MIN) return INT32_MIN;
+  return static_cast<std::int32_t>(value);
+}
+
+void print_incompatible_range() {
+  print_line("Error: arguments --begin and --end are not compatible !");
+  print_line("End line number must be >= to begin line number");
+}
+
+void print_invalid_by_file_option(Command command) {
+  print_line(command == Command::learn
+                 ? "Error: missing or not valid argument in Vantelo learning function call by file !"
+                 : "Error: missing or not valid argument in Vantelo detection function call by file !");
+  print_usage_lines(command, 2);
+  print_documentation_trailer();
+}
+
+// Applies the two option/value pairs of the 8-argument form, in argument order.
+bool apply_range_options(Command command, char** argv, std::FILE* file, std::int32_t& first,
+                         std::int32_t& last) {
+  bool begin_seen = false;
+  bool end_seen = false;
+  for (int option_index = 4; option_index <= 6; option_index += 2) {
+    const char* option = argv[option_index];
+    const std::int32_t value = parse_line_number(argv[option_index + 1]);
+    // A repeated option leaves the other one unset: such a call lacks an argument.
+    const bool is_begin = std::strcmp(option, "--begin") == 0 && !begin_seen;
+    const bool is_end = std::strcmp(option, "--end") == 0 && !end_seen;
+    if (is_begin) {
+      first = value;
+      if (first < 1) {
+        print_line("Error: argument --begin is not correct !");
+        print_line("Begin line number must be > 0");
+        return false;
+      }
+      if (end_seen && first > last) {
+        print_incompatible_range();
+        return false;
+      }
+      begin_seen = true;
+    } else if (is_end) {
+      last = value;
+      if (last < 1) {
+        print_line("Error: argument --end is not correct !");
+        print_line("End line number must be > 0");
+        return false;
+      }
+      if (begin_seen && first > last) {
+        print_incompatible_range();
+        return false;
+      }
+      line_count = count_lines(file);
+      if (line_count < last) {
+        print_line("Error: argument --end is not compatible with the number of lines in file !");
+        return false;
+      }
+      end_seen = true;
+    } else {
+      print_invalid_by_file_option(command);
+      return false;
+    }
+  }
+  return true;
+}
+
+bool read_signal(std::FILE* file) {
+  for (int v = 0; v < kSignalValues; ++v) {
+    if (std::fscanf(file, "%f", &input_buffer[v]) != 1) return false;
+    std::fgetc(file);  // one separator, whatever it is
+  }
+  return true;
+}
+
+void print_reading_error(std::FILE* file, const char* file_name) {
+  if (std::feof(file)) {
+    std::printf("Error: incompatibility between required and number of data in file %s !\n",
+                file_name);
+  } else {
+    std::printf("Error in reading file %s !\n", file_name);
+  }
+  print_line("Please check your file.");
+  print_reading_error_trailer();
+}
+
+void learn_signal(std::int32_t last) {
+  vtl_anomalydetection_learn(input_buffer);
+  ++current_line;
+  increment_counter(learned_total);
+  print_learn_entry(learned_total, &current_line, current_line == last);
+}
+
+void detect_signal(std::int32_t last) {
+  vtl_anomalydetection_detect(input_buffer, &similarity);
+  ++detected_now;
+  ++current_line;
+  increment_counter(detected_total);
+  const bool nominal = similarity > kNominalThreshold;
+  print_detect_entry(detected_total, &current_line, similarity, nominal, current_line == last);
+  count_classification(nominal);
+}
+
+}  // namespace
+
+bool read_array_values(int argc, char** argv) {
+  const int count = argc - 3;
+  if (count != kSignalValues) {
+    print_line(count < kSignalValues ? "Error the number of input data is too small !!!"
+                                     : "Error the number of input data is too large !!!");
+    std::printf("Number of input data: %d, instead of %d\n", count, kSignalValues);
+    return false;
+  }
+  for (int v = 0; v < kSignalValues; ++v) {
+    input_buffer[v] = static_cast<float>(std::strtod(argv[3 + v], nullptr));
+  }
+  return true;
+}
+
+std::int32_t count_lines(std::FILE* file) {
+  char block[1 << 16];
+  std::int64_t newlines = 0;
+  std::size_t got;
+  while ((got = std::fread(block, 1, sizeof block, file)) > 0) {
+    for (const char* p = block; (p = static_cast<const char*>(std::memchr(p, '\n', got - (p - block)))) != nullptr; ++p) {
+      ++newlines;
+    }
+  }
+  std::clearerr(file);
+  std::fseek(file, 0, SEEK_SET);
+  return newlines > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(newlines);
+}
+
+int read_signal_file(Command command, int argc, char** argv) {
+  input_arg_index = 3;
+  const char* file_name = argv[input_arg_index];
+  FileHandle file = open_input_file(file_name, "file");
+  if (!file) return 1;
+
+  const bool learning = command == Command::learn;
+  std::int32_t& first = learning ? learn_first_line : detect_first_line;
+  std::int32_t& last = learning ? learn_last_line : detect_last_line;
+  if (argc == 4) {
+    first = 1;
+    line_count = count_lines(file.get());
+    last = line_count;
+  } else if (!apply_range_options(command, argv, file.get(), first, last)) {
+    return 1;
+  }
+
+  current_line = first - 1;
+  print_report_head(learning ? ReportStatus::learning : ReportStatus::detection, &sensitivity,
+                    ReportInput::file, file_name);
+  print_results_open();
+  bool closed = false;
+  for (std::int32_t i = 0; i < last; ++i) {
+    if (!read_signal(file.get())) {
+      print_reading_error(file.get(), file_name);
+      return 1;
+    }
+    if (i < first - 1) continue;  // lines before the range are read and discarded
+    if (learning) {
+      learn_signal(last);
+    } else {
+      detect_signal(last);
+    }
+    if (current_line == last) {
+      print_results_close();
+      closed = true;
+    }
+  }
+  // A range without any signal (a file without a newline) still closes its
+  // results, so that the report stays well-formed.
+  if (!closed) print_results_close();
+  print_report_tail(!learning, true);
+  return 0;
+}
+
+}  // namespace vtl

@@ -1,0 +1,55 @@
+#include "distance/measure.h"
+
+#include <cmath>
+
+#include "distance/correlation.h"
+#include "distance/cosine_ratio.h"
+#include "distance/vector_distance.h"
+
+namespace vtl {
+
+namespace {
+
+constexpr float kPi = 3.1415927f;
+
+float angle(const float* x, const float* y, std::uint32_t n) {
+  const float cosine = detail::cosine_ratio(x, y, n);
+  // Rounding can push the cosine of (anti)parallel vectors just past +-1.
+  // Both tests are ordered, so a NaN cosine goes on to acosf and stays NaN.
+  if (cosine < -1.0f) return kPi;
+  if (cosine > 1.0f) return 0.0f;
+  return std::acos(cosine);
+}
+
+float absolute_correlation_distance(const float* x, const float* y, std::uint32_t n) {
+  const float r = guarded_correlation(x, y, static_cast<std::uint16_t>(n));
+  return static_cast<float>(1.0 - std::fabs(static_cast<double>(r)));
+}
+
+float one_measure(std::uint8_t selector, const float* x, const float* y, float* work,
+                  std::uint32_t n) {
+  switch (selector) {
+    case 0:
+      return vector_distance(DIST_CHEBYSHEV, x, y, work, n);
+    case 1:
+      return vector_distance(DIST_MANHATTAN, x, y, work, n);
+    case 3:
+      return absolute_correlation_distance(x, y, n);
+    case 4:
+      return angle(x, y, n);
+    default:
+      return vector_distance(DIST_EUCLIDEAN, x, y, work, n);
+  }
+}
+
+}  // namespace
+
+float measure_distance(std::uint8_t combine, std::uint8_t measure_a, std::uint8_t measure_b,
+                       const float* x, const float* y, float* work, std::uint32_t n) {
+  const float first = one_measure(measure_a, x, y, work, n);
+  if (combine == 0) return first;
+  const float second = one_measure(measure_b, x, y, work, n);
+  return first * second;
+}
+
+}  // namespace vtl

@@ -1,0 +1,23 @@
+#pragma once
+// The distance through which the engine compares signals and cluster centers:
+// one measure, or the product of two, each picked by an 8-bit selector.
+//
+// Selectors: 0 Chebyshev, 1 Manhattan, 2 Euclidean (element-wise, through
+// vector_distance; they overwrite work[0..n-1] with |x[i] - y[i]|),
+// 3 absolute-correlation distance 1 - |r| (r from guarded_correlation over the
+// low 16 bits of n, computed in double), 4 the angle between x and y in
+// radians, 5 to 255 Euclidean. Measures 3 and 4 leave work untouched.
+
+#include <cstdint>
+
+namespace vtl {
+
+// With combine == 0, the measure of measure_a alone (measure_b is not
+// evaluated); otherwise measure_a's times measure_b's, one float product.
+// A zero vector gives a NaN angle; n == 0 gives 0.0 for the element-wise
+// measures, 1 - |1| = 0.0 for selector 3 and NaN for the angle, and reads
+// nothing from the vectors.
+float measure_distance(std::uint8_t combine, std::uint8_t measure_a, std::uint8_t measure_b,
+                       const float* x, const float* y, float* work, std::uint32_t n);
+
+}  // namespace vtl

@@ -1,0 +1,120 @@
+#include "engine/learning.h"
+
+#include "distance/measure.h"
+
+namespace vtl {
+
+namespace {
+
+constexpr std::uint8_t kTableFull = kClusterSlots - 1;  // filled_slots once the table is full
+
+void copy_center(float* center, const float* signal) {
+  center[0] = signal[0];
+  center[1] = signal[1];
+  center[2] = signal[2];
+}
+
+struct SlotPair {
+  std::uint8_t a;
+  std::uint8_t b;
+};
+
+// Tracks the smallest count of the non-spare slots, records every pair
+// distance and returns the closest pair: the first pair of the scan among
+// equal distances, and a NaN distance never replaces the record (except the
+// first pair's, which stays the record for the whole pass).
+SlotPair scan_pairs() {
+  SlotPair closest{0, 1};
+  for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
+    if (i != spare_slot && cluster_table[i].count < smallest_count) {
+      smallest_count = cluster_table[i].count;
+      smallest_count_slot = i;
+    }
+    for (std::uint8_t j = i + 1; j < kClusterSlots; ++j) {
+      const float d = measure_distance(1, measure_secondary, measure_primary, cluster_table[i].center,
+                                       cluster_table[j].center, distance_workspace, kSignalLength);
+      pair_distance[pair_index(i, j) & 0xFFFFu] = d;
+      if ((i == 0 && j == 1) || closest_distance > d) {
+        closest_distance = d;
+        closest = {i, j};
+      }
+    }
+  }
+  return closest;
+}
+
+}  // namespace
+
+void empty_slot(ClusterRecord* slot) {
+  slot->count = 1;
+  slot->radius = 0.0f;
+  slot->center[0] = kEmptySlotCenter;
+  slot->center[1] = kEmptySlotCenter;
+  slot->center[2] = kEmptySlotCenter;
+}
+
+void learning_update(const float* signal) {
+  if (filled_slots < kTableFull) {
+    copy_center(cluster_table[filled_slots].center, signal);
+    ++filled_slots;
+    return;
+  }
+  // Slot numbers loaded from a file are not checked there; numbers beyond the
+  // table are taken as its last slot.
+  spare_slot = static_cast<std::uint8_t>(slot_in_table(spare_slot));
+  smallest_count_slot = static_cast<std::uint8_t>(slot_in_table(smallest_count_slot));
+  copy_center(cluster_table[spare_slot].center, signal);
+
+  const SlotPair closest = scan_pairs();
+  ClusterRecord& a = cluster_table[closest.a];
+  ClusterRecord& b = cluster_table[closest.b];
+  if (a.count > kLargeClusterAbove && b.count > kLargeClusterAbove) {
+    // Both large: drop the smallest cluster if it is small, else the new signal.
+    if (cluster_table[smallest_count_slot].count > kKeepSmallestAbove) return;
+    empty_slot(&cluster_table[smallest_count_slot]);
+    spare_slot = smallest_count_slot;
+    smallest_count = kSmallestCountUnknown;
+    return;
+  }
+  if (smallest_count_slot == closest.a || smallest_count_slot == closest.b) {
+    smallest_count = kSmallestCountUnknown;
+  }
+  merge_clusters(&a, &b);
+  spare_slot = closest.b;
+}
+
+std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b) {
+  merge_saved_center[0] = a->center[0];
+  merge_saved_center[1] = a->center[1];
+  merge_saved_center[2] = a->center[2];
+
+  const float na = static_cast<float>(a->count);
+  const float nb = static_cast<float>(b->count);
+  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
+  const float total = static_cast<float>(count_sum);
+  // The new center moves from the center of the larger cluster.
+  if (na >= nb) {
+    const float w = nb / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
+    }
+  } else {
+    const float w = na / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
+    }
+  }
+
+  const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
+                                       merge_saved_center, distance_workspace, kSignalLength);
+  const float spread = measure_distance(1, measure_primary, measure_secondary, a->center, b->center,
+                                        distance_workspace, kSignalLength);
+  const float radius_a = (1.0f / na) * moved + a->radius;
+  const float radius_b = (1.0f / nb) * spread + b->radius;
+  a->radius = radius_a > radius_b ? radius_a : radius_b;  // equal or NaN: b's
+  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
+  empty_slot(b);
+  return 1;
+}
+
+}  // namespace vtl

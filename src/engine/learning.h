@@ -1,0 +1,29 @@
+#pragma once
+// Incremental clustering with a fixed budget of 10 slots: the first 9 signals
+// take a slot each; from then on each signal goes into the spare slot, all 45
+// pair distances are computed, and the closest pair is merged, unless both of
+// its clusters are large, in which case the smallest cluster (or, if even that
+// one is large, the new signal) is dropped.
+
+#include <cstdint>
+
+#include "engine/model.h"
+
+namespace vtl {
+
+// Clusters above this count are large; a smallest cluster above
+// kKeepSmallestAbove is kept and the new signal is dropped instead.
+inline constexpr std::uint16_t kLargeClusterAbove = 50;
+inline constexpr std::uint16_t kKeepSmallestAbove = 19;
+
+// Folds one signal (3 floats, read only) into the model.
+void learning_update(const float* signal);
+
+// Merges b into a (a survives, b gets the empty-slot marker); returns 1.
+// A count sum above 65535 is kept at 65535.
+std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b);
+
+// Writes the empty-slot marker: count 1, radius 0, centers 65535.
+void empty_slot(ClusterRecord* slot);
+
+}  // namespace vtl

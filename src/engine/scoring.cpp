@@ -1,0 +1,28 @@
+#include "engine/scoring.h"
+
+#include <cmath>
+
+#include "distance/measure.h"
+#include "engine/model.h"
+
+namespace vtl {
+
+float score_similarity(const float* signal, float factor) {
+  float best = 0.0f;
+  for (const ClusterRecord& cluster : cluster_table) {
+    if (cluster.count <= 1) continue;  // single signals, spare and emptied slots
+    const float d = measure_distance(1, measure_primary, measure_secondary, cluster.center, signal,
+                                     distance_workspace, kSignalLength);
+    const float q = cluster.radius / d;
+    const float g = 90.0f * (1.0f / factor);
+    const float v = g * q;
+    // The floor is taken in double precision: a NaN vote becomes 0.
+    const float floored = static_cast<float>(std::fmax(static_cast<double>(v), 0.0));
+    const float s = std::fmin(floored, 100.0f);
+    if (s >= best) best = s;
+    if (best == 100.0f) return 100.0f;
+  }
+  return best;
+}
+
+}  // namespace vtl

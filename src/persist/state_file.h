@@ -1,0 +1,37 @@
+#pragma once
+// The state file: a packed little-endian record of 216 bytes that carries the
+// model, the engine's settings and the report totals between invocations.
+//
+// offset size field                 offset size field
+//   0     4   learned_total           29    1   measure_primary
+//   4     4   detected_total          30    1   measure_secondary
+//   8     4   nominal_total           31  180   cluster_table, 18 bytes a slot:
+//  12     4   anomaly_total                     center x, y, z, radius (floats),
+//  16     4   sensitivity                       count (u16)
+//  20     1   init_done              211    1   spare_slot
+//  21     4   learn_count            212    1   filled_slots
+//  25     2   frame_length           213    1   smallest_count_slot
+//  27     2   vector_length          214    2   smallest_count
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+namespace vtl {
+
+inline constexpr std::size_t kStateFileSize = 216;
+
+// The current globals as the file's bytes.
+void encode_state(std::uint8_t* image);
+// Loads every field that lies wholly within the first `length` bytes; the
+// others keep their values (a field cut off by the end counts as absent).
+void decode_state(const std::uint8_t* image, std::size_t length);
+
+// Writes the 216 bytes at the file's current position; true when all of them
+// were written and flushed.
+bool save_state(std::FILE* file);
+// Reads up to 216 bytes from the file's current position into the globals;
+// bytes beyond 216 are ignored.
+void load_state(std::FILE* file);
+
+}  // namespace vtl

@@ -1,0 +1,167 @@
+#include "cli/session.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cctype>
+#include <cstring>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace vtl::test {
+
+namespace {
+
+// A shell word that stands for the text exactly.
+std::string shell_word(const std::string& text) {
+  std::string word = "'";
+  for (char c : text) {
+    if (c == '\'') {
+      word += "'\\''";
+    } else {
+      word += c;
+    }
+  }
+  word += '\'';
+  return word;
+}
+
+}  // namespace
+
+Session::Session() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "vantelo-e2e-XXXXXX").string();
+  char* made = mkdtemp(pattern.data());
+  if (made == nullptr) throw std::runtime_error("mkdtemp failed");
+  dir_ = made;
+}
+
+Session::~Session() {
+  std::error_code ignored;
+  std::filesystem::remove_all(dir_, ignored);
+}
+
+std::string Session::path(const std::string& name) const { return dir_ + "/" + name; }
+
+void Session::write_file(const std::string& name, const std::string& bytes) const {
+  std::ofstream file(path(name), std::ios::binary | std::ios::trunc);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::optional<std::string> Session::read_file(const std::string& name) const {
+  std::ifstream file(path(name), std::ios::binary);
+  if (!file) return std::nullopt;
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
+RunResult Session::run(const std::vector<std::string>& args, bool json) {
+  const std::optional<std::string> state_before = state();
+  // Standard error goes to a file so that a large standard output cannot block.
+  std::string command = "cd " + shell_word(dir_) + " && exec " + shell_word(VTL_EMULATOR_PATH);
+  for (const std::string& arg : args) {
+    command += ' ';
+    command += shell_word(arg);
+  }
+  std::FILE* pipe = popen((command + " 2>.stderr").c_str(), "r");
+  RunResult result;
+  char buffer[65536];
+  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.out.append(buffer, got);
+  const int wait_status = pclose(pipe);
+  result.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
+  result.err = read_file(".stderr").value_or("");
+  std::filesystem::remove(path(".stderr"));
+
+  EXPECT_EQ(result.err, "") << "standard error must stay empty";
+  if (result.status != 0) {
+    EXPECT_EQ(state(), state_before) << "a failing invocation changed the state file";
+  } else if (json) {
+    EXPECT_EQ(json_error(result.out), "") << result.out;
+  }
+  return result;
+}
+
+void Session::run_steps(const std::vector<Step>& steps) {
+  for (const Step& step : steps) {
+    std::string label;
+    for (const std::string& arg : step.args) label += arg + " ";
+    SCOPED_TRACE("invocation: " + label);
+    const std::optional<std::string> before = state();
+    const RunResult result = run(step.args);
+    EXPECT_EQ(result.out, step.expected_out);
+    EXPECT_EQ(result.status, step.expected_status);
+    const std::optional<std::string> after = state();
+    switch (step.state) {
+      case StateAfter::any: break;
+      case StateAfter::unchanged: EXPECT_EQ(after, before); break;
+      case StateAfter::changed: EXPECT_NE(after, before); break;
+      case StateAfter::absent: EXPECT_FALSE(after.has_value()); break;
+      case StateAfter::present: EXPECT_TRUE(after.has_value()); break;
+    }
+  }
+}
+
+namespace {
+
+// Recursive descent over the JSON grammar; each step returns false at the
+// first fault, leaving pos at it.
+struct JsonChecker {
+  const std::string& t;
+  size_t pos = 0;
+
+  char peek() {
+    while (pos < t.size() && std::isspace(static_cast<unsigned char>(t[pos]))) ++pos;
+    return pos < t.size() ? t[pos] : '\0';
+  }
+  bool eat(char c) { return peek() == c && (++pos, true); }
+  bool string() {
+    if (!eat('"')) return false;
+    for (; pos < t.size() && t[pos] != '"'; ++pos) {
+      if (static_cast<unsigned char>(t[pos]) < 0x20) return false;
+      if (t[pos] == '\\') ++pos;
+    }
+    return pos++ < t.size();
+  }
+  bool number() {
+    const size_t start = pos;
+    while (pos < t.size() && std::strchr("+-.eE0123456789", t[pos]) != nullptr) ++pos;
+    return pos > start && std::isdigit(static_cast<unsigned char>(t[pos - 1]));
+  }
+  bool word(const char* w) {
+    const size_t n = std::strlen(w);
+    return t.compare(pos, n, w) == 0 && (pos += n, true);
+  }
+  template <typename Item>
+  bool sequence(char close, Item item) {
+    ++pos;
+    if (eat(close)) return true;
+    do {
+      if (!item()) return false;
+    } while (eat(','));
+    return eat(close);
+  }
+  bool value() {
+    switch (peek()) {
+      case '{': return sequence('}', [this] { return string() && eat(':') && value(); });
+      case '[': return sequence(']', [this] { return value(); });
+      case '"': return string();
+      case 't': return word("true");
+      case 'f': return word("false");
+      case 'n': return word("null");
+      default: return number();
+    }
+  }
+};
+
+}  // namespace
+
+std::string json_error(const std::string& text) {
+  JsonChecker checker{text};
+  if (checker.value() && checker.peek() == '\0') return "";
+  return "not valid JSON at byte " + std::to_string(checker.pos);
+}
+
+}  // namespace vtl::test

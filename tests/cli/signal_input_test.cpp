@@ -1,0 +1,242 @@
+// End-to-end tests of learn and detect: the --array reader, the signal-file
+// reader with its range options, separators and reading errors, and the report
+// counters across invocations.
+
+#include <gtest/gtest.h>
+
+#include "cli/expected_text.h"
+#include "cli/session.h"
+
+namespace vtl::test {
+namespace {
+
+const std::string kInit = "vtl_anomalydetection_init";
+const std::string kLearn = "vtl_anomalydetection_learn";
+const std::string kDetect = "vtl_anomalydetection_detect";
+
+// Twelve distinct readings, one per line.
+const std::string kTwelveLines =
+    "0.30,0.20,9.81\n0.31,0.21,9.80\n0.29,0.19,9.82\n0.35,0.22,9.79\n0.28,0.18,9.83\n"
+    "0.33,0.25,9.78\n0.30,0.15,9.81\n0.32,0.20,9.80\n0.27,0.23,9.82\n0.34,0.17,9.81\n"
+    "0.31,0.24,9.79\n0.26,0.21,9.80\n";
+
+std::string learning_head(const std::string& input) {
+  return report_head("learning", "1.00", input) + kResultsOpen;
+}
+std::string learning_tail(int learned, int detected = 0, int nominal = 0, int anomaly = 0) {
+  return kNullDetectionResults + totals_tail(learned, detected, nominal, anomaly);
+}
+
+// A session with the twelve readings learned.
+void learn_twelve(Session& s) {
+  s.run({kInit});
+  s.write_file("train.csv", kTwelveLines);
+  ASSERT_EQ(s.run({kLearn, "--file", "train.csv"}).status, 0);
+}
+
+TEST(SignalInput, LearnByArray) {
+  Session s;
+  s.run({kInit});
+  const std::string report = learning_head("array") + learn_entry(1, 0, true) + kResultsClose +
+                             learning_tail(1);
+  s.run_steps({
+      {{kLearn, "--array", "1", "abc", "3"}, report, 0, StateAfter::changed},
+      {{kLearn, "--array", "1", "2"},
+       "Error the number of input data is too small !!!\nNumber of input data: 2, instead of 3\n", 1},
+      {{kLearn, "--array"},
+       "Error the number of input data is too small !!!\nNumber of input data: 0, instead of 3\n", 1},
+      {{kLearn, "--array", "1", "2", "3", "4"},
+       "Error the number of input data is too large !!!\nNumber of input data: 4, instead of 3\n", 1},
+  });
+  // "abc" reads as 0: the signal learned was (1, 0, 3), in slot 0.
+  const std::string state = *s.state();
+  float center[3];
+  std::memcpy(center, state.data() + 31, sizeof center);
+  EXPECT_EQ(center[0], 1.0f);
+  EXPECT_EQ(center[1], 0.0f);
+  EXPECT_EQ(center[2], 3.0f);
+}
+
+TEST(SignalInput, LearnByFileWithAndWithoutRange) {
+  Session s;
+  s.run({kInit});
+  s.write_file("three.csv", "1,2,3\n4,5,6\n7,8,9\n");
+  s.write_file("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
+  s.run_steps({
+      {{kLearn, "--file", "three.csv"},
+       learning_head("three.csv") + learn_entry(1, 1) + learn_entry(2, 2) +
+           learn_entry(3, 3, true) + kResultsClose + learning_tail(3),
+       0, StateAfter::changed},
+      {{kLearn, "--file", "five.csv", "--begin", "2", "--end", "3"},
+       learning_head("five.csv") + learn_entry(4, 2) + learn_entry(5, 3, true) + kResultsClose +
+           learning_tail(5),
+       0, StateAfter::changed},
+      {{kLearn, "--file", "five.csv", "--end", "5", "--begin", "5"},
+       learning_head("five.csv") + learn_entry(6, 5, true) + kResultsClose + learning_tail(6), 0,
+       StateAfter::changed},
+  });
+}
+
+TEST(SignalInput, RangeOptionErrors) {
+  Session s;
+  s.run({kInit});
+  s.write_file("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
+  const std::string incompatible =
+      "Error: arguments --begin and --end are not compatible !\n"
+      "End line number must be >= to begin line number\n";
+  const std::string bad_begin =
+      "Error: argument --begin is not correct !\nBegin line number must be > 0\n";
+  const std::string bad_end = "Error: argument --end is not correct !\nEnd line number must be > 0\n";
+  const std::string kCannotOpen =
+      "Error: could not open file !\nCheck path of file and/or name of file is correct.\n";
+  const std::string invalid =
+      "Error: missing or not valid argument in Vantelo learning function call by file !\n" +
+      usage_lines(kLearn, 2) + kTrailer;
+  auto learn = [](const std::string& o1, const std::string& v1, const std::string& o2,
+                  const std::string& v2) {
+    return std::vector<std::string>{kLearn, "--file", "five.csv", o1, v1, o2, v2};
+  };
+  s.run_steps({
+      {learn("--begin", "3", "--end", "2"), incompatible, 1},
+      {learn("--end", "2", "--begin", "3"), incompatible, 1},
+      {learn("--begin", "0", "--end", "2"), bad_begin, 1},
+      {learn("--begin", "abc", "--end", "2"), bad_begin, 1},
+      {learn("--begin", "1", "--end", "-4"), bad_end, 1},
+      {learn("--end", "0", "--begin", "9"), bad_end, 1},
+      {learn("--begin", "1", "--end", "6"),
+       "Error: argument --end is not compatible with the number of lines in file !\n", 1},
+      {learn("--begin", "1", "--end", "99999999999"),
+       "Error: argument --end is not compatible with the number of lines in file !\n", 1},
+      {learn("--begin", "1", "--stop", "2"), invalid, 1},
+      {learn("--begin", "1", "--begin", "2"), invalid, 1},
+      {learn("--end", "2", "--end", "3"), invalid, 1},
+      {{kLearn, "--file", "nothere.csv"}, kCannotOpen, 1},
+      {{kLearn, "--file", "."}, kCannotOpen, 1},
+  });
+  s.write_file("empty.csv", "");
+  s.run_steps({{{kLearn, "--file", "empty.csv"}, "Error: file is empty !\n", 1}});
+}
+
+// The state file after init and learning the given file text.
+std::optional<std::string> model_learned_from(const std::string& text) {
+  Session s;
+  s.run({kInit});
+  s.write_file("s.csv", text);
+  EXPECT_EQ(s.run({kLearn, "--file", "s.csv"}).status, 0);
+  return s.state();
+}
+
+TEST(SignalInput, ReaderCountsSignalsNotLines) {
+  // Any one character separates values: the same readings with other
+  // separators or line ends learn the same model.
+  const std::optional<std::string> reference = model_learned_from(kTwelveLines);
+  const std::pair<char, std::string> replacements[] = {
+      {',', " "}, {',', ";"}, {',', "\t"}, {'\n', "\r\n"}};
+  for (const auto& [from, to] : replacements) {
+    std::string converted;
+    for (char c : kTwelveLines) converted += c == from ? to : std::string(1, c);
+    EXPECT_EQ(model_learned_from(converted), reference) << "separator '" << to << "'";
+  }
+  // Four values on a line shift every later signal; the reader never resynchronises.
+  EXPECT_EQ(model_learned_from("1,2,3,4\n5,6\n7,8,9\n"), model_learned_from("1,2,3\n4,5,6\n7,8,9\n"));
+}
+
+TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
+  Session s;
+  s.run({kInit});
+  const std::string check = "Please check your file.\n" + kReadingTrailer;
+  s.write_file("trailing.csv", "1,2,3\n4,5,6\n\n");
+  s.write_file("space.csv", "1.0 ,2.0,3.0\n");
+  s.write_file("halfway.csv", "1,2,3\n4,x,6\n7,8,9\n");
+  s.run_steps({
+      // An empty last line counts as a line, but holds no signal.
+      {{kLearn, "--file", "trailing.csv"},
+       learning_head("trailing.csv") + learn_entry(1, 1) + learn_entry(2, 2) +
+           "Error: incompatibility between required and number of data in file trailing.csv !\n" +
+           check, 1},
+      {{kLearn, "--file", "space.csv"},
+       learning_head("space.csv") + "Error in reading file space.csv !\n" + check, 1,
+       StateAfter::unchanged},
+      {{kLearn, "--file", "halfway.csv"},
+       learning_head("halfway.csv") + learn_entry(1, 1) + "Error in reading file halfway.csv !\n" +
+           check, 1},
+  });
+}
+
+TEST(SignalInput, LastLineWithoutNewline) {
+  Session s;
+  s.run({kInit});
+  s.write_file("open.csv", "1,2,3\n4,5,6\n7,8,9");
+  s.write_file("oneline.csv", "1,2,3");
+  s.run_steps({
+      // The line count does not include the last line, which is never read.
+      {{kLearn, "--file", "open.csv"},
+       learning_head("open.csv") + learn_entry(1, 1) + learn_entry(2, 2, true) + kResultsClose +
+           learning_tail(2),
+       0},
+      {{kLearn, "--file", "open.csv", "--begin", "1", "--end", "3"},
+       "Error: argument --end is not compatible with the number of lines in file !\n", 1},
+      // No newline at all: no signal, and the results are closed all the same.
+      {{kLearn, "--file", "oneline.csv"},
+       learning_head("oneline.csv") + kResultsClose + learning_tail(2), 0},
+  });
+}
+
+TEST(SignalInput, DetectCountsAcrossInvocations) {
+  Session s;
+  learn_twelve(s);
+  const std::string head = report_head("detection", "1.00", "array") + kResultsOpen;
+  const RunResult first = s.run({kDetect, "--file", "train.csv"});
+  ASSERT_EQ(first.status, 0);
+  // The summaries count the entries as they were classified.
+  int nominal = 0;
+  for (size_t at = 0; (at = first.out.find("\"status\": \"nominal\"}", at)) != std::string::npos; ++at) {
+    ++nominal;
+  }
+  EXPECT_NE(first.out.find("\t\t{\"signal\": 12, \"line\": 12, \"similarity\": "),
+            std::string::npos);
+  EXPECT_NE(first.out.find(kResultsClose + detection_results(12, nominal, 12 - nominal) +
+                           totals_tail(12, 12, nominal, 12 - nominal)),
+            std::string::npos)
+      << first.out;
+  // An array detection after 12 ratings is signal 13; this invocation rated 1.
+  s.run_steps({
+      {{kDetect, "--array", "50", "-40", "3"},
+       head + detect_entry(13, 0, 0, true) + kResultsClose + detection_results(1, 0, 1) +
+           totals_tail(12, 13, nominal, 13 - nominal),
+       0, StateAfter::changed},
+  });
+}
+
+// A model whose single merged cluster, measured by the largest coordinate
+// difference (selectors 0 and 3), scores 90 / 0.29 x radius at distance 1.
+std::string threshold_state(float radius) {
+  StateImage image = StateImage::after_init();
+  image.learned(10).u8(29, 0).u8(30, 3);
+  image.f32(31 + 12, radius).u16(31 + 16, 2);
+  return image.bytes();
+}
+
+TEST(SignalInput, NominalThreshold) {
+  Session s;
+  s.write_state(threshold_state(0.29f * 90.01f / 90.0f));  // just above 90
+  auto detect = [&](int similarity) {
+    return report_head("detection", "1.00", "array") + kResultsOpen +
+           detect_entry(1, 0, similarity, true) + kResultsClose +
+           detection_results(1, similarity > 89 ? 1 : 0, similarity > 89 ? 0 : 1) +
+           totals_tail(10, 1, similarity > 89 ? 1 : 0, similarity > 89 ? 0 : 1);
+  };
+  s.run_steps({{{kDetect, "--array", "1", "0", "0"}, detect(90), 0}});
+  s.write_state(threshold_state(0.29f * 89.99f / 90.0f));
+  s.run_steps({{{kDetect, "--array", "1", "0", "0"}, detect(89), 0}});
+
+  // Ten signals counted by the front end but none learned by the engine: the
+  // engine refuses, the similarity reads 255, and 255 counts as nominal.
+  StateImage refused = StateImage::after_init();
+  refused.i32(0, 10);
+  s.write_state(refused.bytes());
+  s.run_steps({{{kDetect, "--array", "1", "0", "0"}, detect(255), 0}});
+}
+
+}  // namespace
+}  // namespace vtl::test

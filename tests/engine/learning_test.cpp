@@ -1,0 +1,179 @@
+// The learning step: filling, the pair search with its tie and NaN rules, the
+// merge arithmetic and the large-cluster rule.
+
+#include "engine/learning.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "engine/model.h"
+#include "test_util.h"
+
+namespace vtl {
+namespace {
+
+void learn_x(float x) {
+  const float signal[3] = {x, 0.0f, 0.0f};
+  learning_update(signal);
+}
+
+// A reset model measured by the squared Euclidean distance (both selectors 2),
+// which keeps expected distances easy to reason about.
+void reset_squared_euclidean() {
+  engine_reset();
+  measure_primary = 2;
+  measure_secondary = 2;
+}
+
+// A full table of far-apart single signals on the x axis at 1000 * k.
+void fill_table_far_apart() {
+  reset_squared_euclidean();
+  for (int k = 0; k < 9; ++k) learn_x(1000.0f * static_cast<float>(k));
+}
+
+TEST(Learning, FirstNineFillAndTheTenthMerges) {
+  reset_squared_euclidean();
+  for (int k = 0; k < 9; ++k) learn_x(10.0f * static_cast<float>(k));
+  for (int k = 0; k < 9; ++k) EXPECT_EQ(cluster_table[k].center[0], 10.0f * static_cast<float>(k));
+  EXPECT_EQ(filled_slots, 9);
+  EXPECT_EQ(spare_slot, 9);
+
+  learn_x(41.0f);  // nearest to slot 4 (40): the pair (4, 9)
+  EXPECT_EQ(cluster_table[4].count, 2);
+  EXPECT_EQ(cluster_table[4].center[0], 40.5f);
+  EXPECT_EQ(cluster_table[4].radius, 0.25f);
+  EXPECT_EQ(cluster_table[9].count, 1);
+  EXPECT_EQ(cluster_table[9].center[0], kEmptySlotCenter);
+  EXPECT_EQ(test::bits(cluster_table[9].center[2]), 0x477FFF00u);
+  EXPECT_EQ(spare_slot, 9);
+  EXPECT_EQ(pair_distance[pair_index(4, 9)], 1.0f);
+  EXPECT_EQ(closest_distance, 1.0f);
+}
+
+TEST(Learning, MergeArithmetic) {
+  reset_squared_euclidean();
+  ClusterRecord a{1, 0.0f, {0.0f, 0.0f, 0.0f}};
+  ClusterRecord b{1, 0.0f, {2.0f, 0.0f, 0.0f}};
+  EXPECT_EQ(merge_clusters(&a, &b), 1);
+  EXPECT_EQ(a.center[0], 1.0f);
+  EXPECT_EQ(a.radius, 1.0f);  // dA = dB = 1
+  EXPECT_EQ(a.count, 2);
+  EXPECT_EQ(b.count, 1);
+  EXPECT_EQ(b.center[1], kEmptySlotCenter);
+
+  // The center moves from the larger cluster, whichever of the two survives.
+  ClusterRecord big{3, 0.0f, {0.0f, 0.0f, 0.0f}};
+  ClusterRecord small{1, 0.0f, {4.0f, 0.0f, 0.0f}};
+  ClusterRecord big2 = big;
+  ClusterRecord small2 = small;
+  merge_clusters(&big, &small);
+  merge_clusters(&small2, &big2);
+  EXPECT_EQ(big.center[0], 1.0f);
+  EXPECT_EQ(small2.center[0], 1.0f);
+  EXPECT_EQ(small2.count, 4);
+  // Radius candidates: (1/1) * 9 for the survivor against (1/3) * 1: the larger wins.
+  EXPECT_EQ(small2.radius, 9.0f);
+
+  // A count sum beyond 16 bits is kept at the largest count.
+  ClusterRecord huge{65000, 0.0f, {1.0f, 1.0f, 1.0f}};
+  ClusterRecord other{1000, 0.0f, {1.0f, 1.0f, 1.0f}};
+  merge_clusters(&huge, &other);
+  EXPECT_EQ(huge.count, 65535);
+}
+
+TEST(Learning, PairSearchKeepsTheFirstOfEqualDistances) {
+  reset_squared_euclidean();
+  for (float x : {0.0f, 100.0f, 200.0f, 201.0f, 300.0f, 400.0f, 401.0f, 500.0f, 600.0f}) learn_x(x);
+  learn_x(5000.0f);  // (2, 3) and (5, 6) are both 1 apart: (2, 3) comes first
+  EXPECT_EQ(cluster_table[2].count, 2);
+  EXPECT_EQ(cluster_table[5].count, 1);
+  EXPECT_EQ(spare_slot, 3);
+  learn_x(6000.0f);  // now (5, 6) is the closest pair
+  EXPECT_EQ(cluster_table[5].count, 2);
+  EXPECT_EQ(spare_slot, 6);
+}
+
+TEST(Learning, NaNDistancesOnlyWinAsTheFirstPair) {
+  // With the reset selectors a zero vector has no angle: its distances are NaN.
+  engine_reset();
+  for (float x : {1.0f, 2.0f, 3.0f, 4.0f, 0.0f, 6.0f, 7.0f, 8.0f, 9.0f}) {
+    const float signal[3] = {x, x * x, x};
+    learning_update(signal);
+  }
+  const float near_eight[3] = {8.0f, 64.5f, 8.0f};
+  learning_update(near_eight);  // slot 4 (zero) never wins; slot 7 does
+  EXPECT_TRUE(std::isnan(pair_distance[pair_index(4, 5)]));
+  EXPECT_EQ(cluster_table[4].count, 1);
+  EXPECT_EQ(cluster_table[7].count, 2);
+  EXPECT_EQ(spare_slot, 9);
+
+  engine_reset();
+  const float zero[3] = {0.0f, 0.0f, 0.0f};
+  learning_update(zero);
+  for (float x : {2.0f, 3.0f, 4.0f, 5.0f, 6.0f, 7.0f, 8.0f, 9.0f, 10.0f}) {
+    const float signal[3] = {x, 1.0f, 0.0f};
+    learning_update(signal);
+  }
+  EXPECT_TRUE(std::isnan(closest_distance));  // the NaN of (0, 1) held the record
+  EXPECT_EQ(cluster_table[0].count, 2);
+  EXPECT_EQ(spare_slot, 1);
+}
+
+// Two large clusters side by side in slots 0 and 1, every other slot far away
+// with the given count (slot 7 gets `smallest`), slot 9 the spare.
+void large_pair_model(std::uint16_t count_a, std::uint16_t count_b, std::uint16_t smallest) {
+  fill_table_far_apart();
+  cluster_table[0] = {count_a, 1.0f, {0.0f, 0.0f, 0.0f}};
+  cluster_table[1] = {count_b, 1.0f, {1.0f, 0.0f, 0.0f}};
+  for (int k = 2; k < 9; ++k) cluster_table[k].count = k == 7 ? smallest : 30;
+}
+
+TEST(Learning, LargeClusterRule) {
+  large_pair_model(51, 60, 19);
+  learn_x(100000.0f);  // replace: the smallest cluster is emptied and becomes the spare
+  EXPECT_EQ(cluster_table[7].center[0], kEmptySlotCenter);
+  EXPECT_EQ(cluster_table[7].count, 1);
+  EXPECT_EQ(spare_slot, 7);
+  EXPECT_EQ(smallest_count, 65535);
+  EXPECT_EQ(cluster_table[9].center[0], 100000.0f);  // now a single-signal cluster
+  EXPECT_EQ(cluster_table[0].count, 51);
+
+  large_pair_model(51, 60, 20);
+  learn_x(100000.0f);  // drop: nothing changes but the spare's center and the tracker
+  EXPECT_EQ(cluster_table[7].count, 20);
+  EXPECT_EQ(cluster_table[7].center[0], 7000.0f);
+  EXPECT_EQ(spare_slot, 9);
+  EXPECT_EQ(smallest_count, 20);
+  EXPECT_EQ(smallest_count_slot, 7);
+  EXPECT_EQ(cluster_table[9].center[0], 100000.0f);
+
+  large_pair_model(50, 100, 19);
+  learn_x(100000.0f);  // 50 is not large: merge
+  EXPECT_EQ(cluster_table[0].count, 150);
+  EXPECT_EQ(spare_slot, 1);
+}
+
+TEST(Learning, SmallestCountTrackerCarriesAcrossPasses) {
+  fill_table_far_apart();
+  learn_x(1.0f);  // merges slots 0 and 9: the tracker saw 1 at slot 0 first
+  EXPECT_EQ(cluster_table[0].count, 2);
+  EXPECT_EQ(smallest_count, 65535);  // the merge involved the tracked slot
+  learn_x(2.0f);  // joins slot 0 again (count 3); the tracker now holds slot 1
+  EXPECT_EQ(smallest_count, 1);
+  EXPECT_EQ(smallest_count_slot, 1);
+  EXPECT_EQ(cluster_table[0].count, 3);
+}
+
+TEST(Learning, SlotNumbersBeyondTheTableStayInside) {
+  fill_table_far_apart();
+  spare_slot = 200;
+  smallest_count_slot = 250;
+  learn_x(1.0f);
+  EXPECT_LT(spare_slot, 10);
+  EXPECT_LT(smallest_count_slot, 10);
+  EXPECT_EQ(cluster_table[0].count, 2);
+}
+
+}  // namespace
+}  // namespace vtl
