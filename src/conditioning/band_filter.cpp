@@ -29,11 +29,18 @@ void run_plan(const float* input, float* work, float fs, const FilterCall* calls
   }
 }
 
-// The pass-through result shared by the two norm routines: the norm of exactly
-// the first three values.
-void write_first_three_norm(const float* source, float* destination) {
-  norm_into_scratch(source, 3);
-  destination[0] = value_scratch;
+// The calls of the plan for the two norm routines, or 0 when there is nothing
+// left to do: after writing the pass-through result (the norm of exactly the
+// first three values), or when the taps are not ready.
+std::uint8_t plan_or_pass_norm(const float* source, float* destination, float fs, float f_upper,
+                               float f_lower, FilterCall* calls) {
+  const std::uint8_t count = plan_band_filter(fs, f_upper, f_lower, calls);
+  if (count == 0) {
+    norm_into_scratch(source, 3);
+    destination[0] = value_scratch;
+    return 0;
+  }
+  return fir_taps_ready() ? count : 0;
 }
 
 }  // namespace
@@ -64,15 +71,11 @@ void vector_norm_to_slot(const float* source, std::int32_t n, float* destination
   copy_value(&value_scratch, destination, 0, 1, 0);
 }
 
-void filtered_norm(const float* source, std::uint32_t n, float* work, float* destination,
-                   float fs, float f_upper, float f_lower) {
+void filtered_norm(const float* source, std::uint32_t n, float* work, float* destination, float fs,
+                   float f_upper, float f_lower) {
   FilterCall calls[kMaxFilterCalls];
-  const std::uint8_t count = plan_band_filter(fs, f_upper, f_lower, calls);
-  if (count == 0) {
-    write_first_three_norm(source, destination);
-    return;
-  }
-  if (!fir_taps_ready()) return;
+  const std::uint8_t count = plan_or_pass_norm(source, destination, fs, f_upper, f_lower, calls);
+  if (count == 0) return;
   norm_into_scratch(source, n);
   run_plan(&value_scratch, work, fs, calls, count);
   destination[0] = work[0];
@@ -81,12 +84,8 @@ void filtered_norm(const float* source, std::uint32_t n, float* work, float* des
 void filtered_samples(const float* source, std::uint32_t n, float* work, float* destination,
                       float fs, float f_upper, float f_lower) {
   FilterCall calls[kMaxFilterCalls];
-  const std::uint8_t count = plan_band_filter(fs, f_upper, f_lower, calls);
-  if (count == 0) {
-    write_first_three_norm(source, destination);
-    return;
-  }
-  if (!fir_taps_ready()) return;
+  const std::uint8_t count = plan_or_pass_norm(source, destination, fs, f_upper, f_lower, calls);
+  if (count == 0) return;
   for (std::uint32_t i = 0; i < n; ++i) {
     value_scratch = source[i];
     run_plan(&value_scratch, work, fs, calls, count);

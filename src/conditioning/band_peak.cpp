@@ -12,9 +12,7 @@ namespace vtl {
 namespace {
 
 // A frame length the transform accepts (a power of two) and the work arrays hold.
-bool frame_usable(std::uint32_t n) {
-  return n != 0 && (n & (n - 1u)) == 0 && frame_arrays_hold(n);
-}
+bool frame_usable(std::uint32_t n) { return n != 0 && (n & (n - 1u)) == 0 && frame_arrays_hold(n); }
 
 // trunc(q) + add, clamped to 0 .. bins; q is not NaN. q is clamped in float
 // first, which leaves the clamped result alone and keeps the conversion defined.

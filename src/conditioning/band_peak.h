@@ -49,8 +49,7 @@ void frame_band_peak(const float* input, float* destination, float fs, float f_u
                      float f_lower);
 // The peak of a ready-made spectrum of vector_length bins (floored in place).
 // The first two arguments are not read.
-void vector_peak(const float* input, std::int32_t frame_count, float* spectrum,
-                 float* destination);
+void vector_peak(const float* input, std::int32_t frame_count, float* spectrum, float* destination);
 // The same peak written to destination[0 .. count - 1]; the first argument is
 // not read.
 void vector_peak_repeated(const float* input, std::int32_t count, float* spectrum,

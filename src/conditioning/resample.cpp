@@ -15,16 +15,41 @@ void copy_values(const float* src, float* dst, std::uint32_t n) {
 }
 
 // Output o is the running mean of src[o .. o + n_in - n_out], seeded from the
-// slot's old value; the first step weighs that value by 0.
+// slot's old value; the first step weighs that value by 0. The outputs are
+// independent chains of divisions, so eight of them advance side by side; each
+// chain still takes exactly its own steps in order. The intermediate means are
+// not stored, since nothing reads the slot before the chain ends.
 void moving_average(const float* src, std::uint16_t n_in, float* out, std::uint16_t n_out) {
+  constexpr std::uint32_t kLanes = 8;
   const std::uint32_t span = static_cast<std::uint32_t>(n_in) - n_out;
-  for (std::uint32_t o = 0; o < n_out; ++o) {
+  std::uint32_t o = 0;
+  for (; o + kLanes <= n_out; o += kLanes) {
+    float m[kLanes];
+    for (std::uint32_t l = 0; l < kLanes; ++l) m[l] = out[o + l];
+    for (std::uint32_t j = 0; j <= span; ++j) {
+      const float weight = static_cast<float>(j);
+      const float count = static_cast<float>(j + 1);
+      const float* const x = src + o + j;
+      for (std::uint32_t l = 0; l < kLanes; ++l) m[l] = (x[l] + weight * m[l]) / count;
+    }
+    for (std::uint32_t l = 0; l < kLanes; ++l) out[o + l] = m[l];
+  }
+  for (; o < n_out; ++o) {
     float m = out[o];
     for (std::uint32_t j = 0; j <= span; ++j) {
       m = (src[o + j] + static_cast<float>(j) * m) / static_cast<float>(j + 1);
-      out[o] = m;
     }
+    out[o] = m;
   }
+}
+
+// One past the last input of a bin: k belongs while float(k) <= bound, which
+// for the exactly representable 16-bit k means k <= trunc(bound). Capped at
+// n_in, so no rounding of r * o can carry a bin past the source.
+std::uint32_t bin_end(float bound, std::uint16_t n_in) {
+  if (!(bound >= 0.0f)) return 0;
+  const std::uint32_t end = static_cast<std::uint32_t>(bound) + 1u;  // bound < 65536
+  return end < n_in ? end : n_in;
 }
 
 // Bin maximum (mode 0), bin mean (mode 1), or no bin rule at all (any mode above
@@ -37,31 +62,21 @@ void bin_rules(const float* src, std::uint16_t n_in, float* out, std::uint16_t n
   find_min(src, n_in, &m, &position);
   if (n_out == 0) return;
 
-  // One input index runs on across the bins. The bound r * o - 0.5 never lets it
-  // reach n_in (r * o is within a few units in the last place of n_in), but the
-  // loop also stops there so that no rounding can carry it past the source.
-  std::uint16_t k = 0;
+  // One input index runs on across the bins.
+  std::uint32_t k = 0;
   for (std::uint32_t o = 1; o <= n_out; ++o) {
     float& slot = out[o - 1];
-    const float bound = r * static_cast<float>(o) - 0.5f;
+    const std::uint32_t end = bin_end(r * static_cast<float>(o) - 0.5f, n_in);
     if (mode == RESAMPLE_BIN_MAX) {
       float x = m - 1.0f;
+      for (; k < end; ++k) x = std::fmax(x, src[k]);
       slot = x;
-      while (k < n_in && static_cast<float>(k) <= bound) {
-        x = std::fmax(x, src[k]);
-        slot = x;
-        ++k;
-      }
     } else if (mode == RESAMPLE_BIN_MEAN) {
       float a = m - 1.0f;
-      slot = a;
-      std::uint32_t t = 0;
-      while (k < n_in && static_cast<float>(k) <= bound) {
+      for (std::uint32_t t = 0; k < end; ++k, ++t) {
         a = (static_cast<float>(t) * a + src[k]) / static_cast<float>(t + 1);
-        slot = a;
-        ++k;
-        ++t;
       }
+      slot = a;
     }
     if (m > out[0]) out[0] = src[0];
     if (o > 1 && m > slot) slot = out[o - 2];
@@ -70,8 +85,8 @@ void bin_rules(const float* src, std::uint16_t n_in, float* out, std::uint16_t n
 
 }  // namespace
 
-void resample_buffer(const float* src, std::uint16_t n_in, float* destination,
-                     std::uint16_t offset, std::uint16_t n_out, std::uint16_t mode) {
+void resample_buffer(const float* src, std::uint16_t n_in, float* destination, std::uint16_t offset,
+                     std::uint16_t n_out, std::uint16_t mode) {
   float* const out = destination + offset;
   if (n_out >= n_in) {
     copy_values(src, out, n_in);
@@ -120,8 +135,8 @@ void abs_in_place(float* buffer, std::uint16_t n) {
 std::int32_t percent_of(std::int32_t a, std::uint8_t /*flag*/, std::uint8_t p) {
   // The product wraps at 32 bits like the device's integer multiply; the float
   // result is within +-2^31 * 0.01, so the truncation is always representable.
-  const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(p) *
-                                                 static_cast<std::uint32_t>(a));
+  const auto product =
+      static_cast<std::int32_t>(static_cast<std::uint32_t>(p) * static_cast<std::uint32_t>(a));
   return static_cast<std::int32_t>(static_cast<float>(product) * 0.01f);
 }
 

@@ -8,9 +8,9 @@ namespace vtl {
 
 // Resampling rules used when n_out < n_in (n_out >= n_in copies the n_in inputs).
 enum ResampleMode : std::uint16_t {
-  RESAMPLE_BIN_MAX = 0,        // each output the largest input of its bin
-  RESAMPLE_BIN_MEAN = 1,       // each output the running mean of its bin
-  RESAMPLE_MOVING_AVERAGE = 2, // output o the mean of inputs o .. o + n_in - n_out
+  RESAMPLE_BIN_MAX = 0,         // each output the largest input of its bin
+  RESAMPLE_BIN_MEAN = 1,        // each output the running mean of its bin
+  RESAMPLE_MOVING_AVERAGE = 2,  // output o the mean of inputs o .. o + n_in - n_out
   RESAMPLE_KEEP_FIRST = 3,
   RESAMPLE_KEEP_LAST = 4,
   // Any other mode writes nothing in the bins; only the fallbacks apply.
@@ -22,8 +22,8 @@ enum ResampleMode : std::uint16_t {
 // 65535. The moving average starts each output from the value its
 // slot already holds (times 0), so a NaN or infinite old value yields NaN.
 // src and destination must not overlap.
-void resample_buffer(const float* src, std::uint16_t n_in, float* destination,
-                     std::uint16_t offset, std::uint16_t n_out, std::uint16_t mode);
+void resample_buffer(const float* src, std::uint16_t n_in, float* destination, std::uint16_t offset,
+                     std::uint16_t n_out, std::uint16_t mode);
 
 // Subtracts the mean of the first (n & 0xFFFF) values from each of them; a zero
 // count reads and writes nothing.

@@ -11,15 +11,23 @@ float library_spectrum[kFrameArrayCapacity];
 float library_peak_spectrum[kFrameArrayCapacity];
 float library_taps[kFilterTapCount];
 
+struct WorkArray {
+  float* array;
+  std::uint32_t capacity;
+};
+
 // What the setters last installed. The public pointers are compared with these,
 // so a pointer changed by hand is never trusted with a capacity it lacks.
-float* set_frame = library_frame;
-float* set_spectrum = library_spectrum;
-std::uint32_t frame_capacity = kFrameArrayCapacity;
-float* peak_spectrum = library_peak_spectrum;
-std::uint32_t peak_capacity = kFrameArrayCapacity;
-float* set_taps = library_taps;
-std::uint32_t taps_capacity = kFilterTapCount;
+WorkArray installed_frame{library_frame, kFrameArrayCapacity};
+WorkArray installed_spectrum{library_spectrum, kFrameArrayCapacity};
+WorkArray installed_peak_spectrum{library_peak_spectrum, kFrameArrayCapacity};
+WorkArray installed_taps{library_taps, kFilterTapCount};
+
+// A null array gives the library's own back.
+WorkArray chosen(float* array, std::uint32_t capacity, float* library,
+                 std::uint32_t library_capacity) {
+  return array != nullptr ? WorkArray{array, capacity} : WorkArray{library, library_capacity};
+}
 
 }  // namespace
 
@@ -31,35 +39,20 @@ void set_frame_length(std::uint16_t n) { frame_length = n; }
 void set_vector_length(std::uint16_t n) { vector_length = n; }
 
 void set_frame_arrays(float* frame, float* spectrum, std::uint32_t capacity) {
-  if (frame == nullptr || spectrum == nullptr) {
-    frame = library_frame;
-    spectrum = library_spectrum;
-    capacity = kFrameArrayCapacity;
-  }
-  set_frame = frame;
-  set_spectrum = spectrum;
-  frame_capacity = capacity;
-  frame_buffer = frame;
-  spectrum_buffer = spectrum;
+  if (frame == nullptr || spectrum == nullptr) frame = spectrum = nullptr;
+  installed_frame = chosen(frame, capacity, library_frame, kFrameArrayCapacity);
+  installed_spectrum = chosen(spectrum, capacity, library_spectrum, kFrameArrayCapacity);
+  frame_buffer = installed_frame.array;
+  spectrum_buffer = installed_spectrum.array;
 }
 
 void set_peak_spectrum_array(float* spectrum, std::uint32_t capacity) {
-  if (spectrum == nullptr) {
-    spectrum = library_peak_spectrum;
-    capacity = kFrameArrayCapacity;
-  }
-  peak_spectrum = spectrum;
-  peak_capacity = capacity;
+  installed_peak_spectrum = chosen(spectrum, capacity, library_peak_spectrum, kFrameArrayCapacity);
 }
 
 void set_fir_taps(float* taps, std::uint32_t capacity) {
-  if (taps == nullptr) {
-    taps = library_taps;
-    capacity = kFilterTapCount;
-  }
-  set_taps = taps;
-  taps_capacity = capacity;
-  fir_taps = taps;
+  installed_taps = chosen(taps, capacity, library_taps, kFilterTapCount);
+  fir_taps = installed_taps.array;
 }
 
 void use_library_work_arrays() {
@@ -69,11 +62,16 @@ void use_library_work_arrays() {
 }
 
 bool frame_arrays_hold(std::uint32_t n) {
-  return frame_buffer == set_frame && spectrum_buffer == set_spectrum && n <= frame_capacity;
+  return frame_buffer == installed_frame.array && spectrum_buffer == installed_spectrum.array &&
+         n <= installed_frame.capacity;
 }
 
-float* peak_spectrum_array(std::uint32_t n) { return n <= peak_capacity ? peak_spectrum : nullptr; }
+float* peak_spectrum_array(std::uint32_t n) {
+  return n <= installed_peak_spectrum.capacity ? installed_peak_spectrum.array : nullptr;
+}
 
-bool fir_taps_ready() { return fir_taps == set_taps && taps_capacity >= kFilterTapCount; }
+bool fir_taps_ready() {
+  return fir_taps == installed_taps.array && installed_taps.capacity >= kFilterTapCount;
+}
 
 }  // namespace vtl
