@@ -51,11 +51,11 @@ TEST_F(BandFilteredValues, NormsPassThroughAndOneValueFiltered) {
   vector_norm_to_slot(src, 3, out);
   vector_norm_to_slot(src, -4, out + 1);
   expect_values({5, 0}, out);
-  // Pass-through takes the norm of exactly the first three values, whatever n.
-  filtered_norm(src, 1, work, out, 100, 50, 0);
-  filtered_samples(src, 4, work, out + 1, 100, 50, 0);
+  // Pass-through takes the norm of the first three values, never reading past n.
+  filtered_norm(src, 4, work, out, 100, 50, 0);
+  filtered_samples(src, 1, work, out + 1, 100, 50, 0);
   filtered_first_sample(src, work, out + 2, 100, 50, 0);
-  expect_values({5, 5, 3, kUntouched}, out);  // out[3] is work[0], left alone
+  expect_values({5, 3, 3, kUntouched}, out);  // out[3] is work[0], left alone
 
   // One value minus its own mean is 0: each low-pass call adds the value back,
   // high- and band-pass calls add 0, into a work[0] cleared first.
