@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "distance/distance.h"
+#include "test_util.h"
+
+namespace vtl {
+namespace {
+
+using test::kNaN;
+using Floats = std::vector<float>;
+
+// The sums of squares are checked through the Euclidean distance and the angle below.
+TEST(VectorPrimitives, ReductionsScalarsAndMaps) {
+  const float a[] = {1, 2, 3}, b[] = {3, 2, 1}, m[] = {1, 2, 4};
+  float out;
+  vector_mean(m, 3, &out);
+  EXPECT_FLOAT_BITS(7.0f / 3.0f, out);  // one division, not a product with 1/3
+  // find_max: the first of equal maxima; NaN never wins, nor is it replaced.
+  struct Max { float v[4]; std::uint32_t n, index; float value; };
+  for (const Max& c : {Max{{2, 5, 5, 1}, 4, 1, 5}, Max{{kNaN, 1, 2}, 3, 0, kNaN},
+                       Max{{1, kNaN, 2}, 3, 2, 2}}) {
+    std::uint32_t index = 9;
+    find_max(c.v, c.n, &out, &index);
+    EXPECT_TRUE(test::bits(c.value) == test::bits(out) && c.index == index) << out;
+  }
+  // Ordered tests: -0.0 passes x >= 0 and keeps its sign through sqrtf; NaN fails.
+  for (const auto& [x, root] : {std::pair{16.0f, 4.0f}, {-1.0f, 0.0f}, {kNaN, 0.0f},
+                                {-0.0f, -0.0f}}) {
+    sqrt_or_zero(&out, x);
+    EXPECT_FLOAT_BITS(root, out) << x;
+  }
+  EXPECT_FLOAT_BITS(-0.0f, abs_float(-0.0f));
+  EXPECT_FLOAT_BITS(2.5f, abs_float(-2.5f));
+
+  Floats maps(12);
+  vector_sub(a, b, &maps[0], 3);
+  vector_add(a, b, &maps[3], 3);
+  vector_scale(a, &maps[6], 3, 0.5f);
+  vector_copy(b, &maps[9], 3);
+  vector_add_scalar(&maps[3], &maps[3], 5, 10.0f);  // in place: each element once
+  vector_add_scalar(a, &maps[0], 0, 1.0f);
+  EXPECT_EQ(Floats({-2, 0, 2, 14, 14, 14, 10.5f, 11, 1.5f, 3, 2, 1}), maps);
+
+  float mean = 0.0f, max = 0.0f;  // empty reductions read nothing and give NaN (index 0)
+  std::uint32_t index = 7;
+  vector_mean(nullptr, 0, &mean);
+  find_max(nullptr, 0, &max, &index);
+  EXPECT_TRUE(std::isnan(mean) && std::isnan(max) && index == 0);
+}
+
+TEST(PearsonCorrelation, RawSumsClampedToUnitRange) {
+  struct Case { float x[3], y[3]; std::uint16_t n; float expected; };
+  const Case cases[] = {
+      {{1, 2, 3}, {2, 4, 6}, 3, 1.0f},
+      {{1, 2, 3}, {3, 2, 1}, 3, -1.0f},
+      {{1000.5f, 1000.25f, 999.75f}, {1, 2, 3}, 3, -0.9185586f},  // raw sums cancel: not -0.982
+      {{1, 1, 1}, {1, 2, 3}, 3, 0.0f},                           // constant: 0/0
+      {{0.1f, 0.2f}, {1.1f, 1.3f}, 2, 0.0f},  // +-1.0000052 from rounding, replaced
+      {{0.1f, 0.2f}, {1.3f, 1.1f}, 2, 0.0f},
+      {{4}, {-1}, 1, 0.0f},
+  };
+  for (const Case& c : cases) {
+    EXPECT_FLOAT_BITS(c.expected, pearson_correlation(c.x, c.y, c.n));
+    EXPECT_FLOAT_BITS(c.n < 2 ? 1.0f : c.expected, guarded_correlation(c.x, c.y, c.n));
+  }
+}
+
+float dist(int kind, const float* x, const float* y, float* work, std::uint32_t n) {
+  return vector_distance(static_cast<DistanceKind>(kind), x, y, work, n);
+}
+
+// Kinds 0 to 2 on ordinary vectors are checked through measure_distance below.
+TEST(VectorDistance, RoundingNaNAndCounts) {
+  const float x[] = {3, -1, 2}, y[] = {1, 1, 1}, zero[] = {0, 0, 0}, tenth[] = {0.1f, 0, 0};
+  const float nan_first[] = {kNaN, 1, 2}, nan_later[] = {1, kNaN, 2};
+  const float inc[] = {1, 2, 3}, dec[] = {3, 2, 1}, four = 4, minus_one = -1;
+  float work[3] = {};
+  for (int k : {17, 255}) EXPECT_FLOAT_BITS(3.0f, dist(k, x, y, work, 3));
+  EXPECT_TRUE(work[0] == 2.0f && work[1] == 2.0f && work[2] == 1.0f);
+  // Manhattan divides by n and multiplies back: two roundings.
+  EXPECT_FLOAT_BITS(0.10000001f, dist(DIST_MANHATTAN, tenth, zero, work, 3));
+  EXPECT_FLOAT_BITS(0.0f, dist(DIST_EUCLIDEAN, nan_first, zero, work, 3));
+  EXPECT_TRUE(std::isnan(dist(DIST_CHEBYSHEV, nan_first, zero, work, 3)));
+  EXPECT_FLOAT_BITS(2.0f, dist(DIST_CHEBYSHEV, nan_later, zero, work, 3));
+
+  // Correlation and cosine never touch work (a null one); the count is taken modulo 2^16.
+  EXPECT_FLOAT_BITS(2.0f, dist(DIST_CORRELATION, inc, dec, nullptr, 65538u));
+  EXPECT_FLOAT_BITS(0.0f, dist(DIST_CORRELATION, inc, dec, nullptr, 65537u));
+  EXPECT_FLOAT_BITS(1.0f - 4.0f / (std::sqrt(14.0f) * std::sqrt(3.0f)),
+                    dist(DIST_COSINE, x, y, nullptr, 3));
+  EXPECT_FLOAT_BITS(2.0f, dist(DIST_COSINE, &four, &minus_one, nullptr, 1));
+  EXPECT_TRUE(std::isnan(dist(DIST_COSINE, x, zero, nullptr, 3)));
+  // Empty vectors are never read, nor is work: 0.0, but 0/0 for the cosine.
+  for (int k : {0, 1, 2, 3, 9}) EXPECT_FLOAT_BITS(0.0f, dist(k, nullptr, nullptr, nullptr, 0));
+  EXPECT_TRUE(std::isnan(dist(DIST_COSINE, nullptr, nullptr, nullptr, 0)));
+}
+
+float angle(const float* x, const float* y) { return measure_distance(0, 4, 1, x, y, nullptr, 3); }
+
+TEST(MeasureDistance, SelectorsCombineFlagAndAngleClamps) {
+  // Parallel (2x) rounds to a cosine of 0.99999994; 1000-scale vectors to +-1.0000001 (clamped).
+  struct Case { float x[3], y[3], expected; };
+  for (const Case& c : {Case{{1, 0, 0}, {0, 1, 0}, 1.5707964f}, {{1, 0, 0}, {-2, 0, 0}, 3.1415927f},
+                        {{1, 2, 3}, {2, 4, 6}, std::acos(0.99999994f)},
+                        {{5.5f, -2.25f, 1000}, {5.5f, -2.25f, 1000}, 0.0f},
+                        {{5.5f, -2.25f, 1000}, {-5.5f, 2.25f, -1000}, 3.1415927f}})
+    EXPECT_FLOAT_BITS(c.expected, angle(c.x, c.y));
+  const float x[] = {3, -1, 2}, y[] = {1, 1, 1}, zero[3] = {};
+  EXPECT_TRUE(std::isnan(angle(zero, zero)));
+
+  float work[3];
+  const float expected[] = {2, 5, 3, 1, std::acos(4.0f / (std::sqrt(14.0f) * std::sqrt(3.0f)))};
+  auto pick = [&](int s) { return expected[s == 3 || s == 4 ? s : s > 2 ? 2 : s]; };
+  for (int flag : {1, 255})
+    for (int a : {0, 1, 2, 3, 4, 5, 255})
+      for (int b : {0, 1, 2, 3, 4, 5, 255})
+        EXPECT_FLOAT_BITS(pick(a) * pick(b), measure_distance(flag, a, b, x, y, work, 3));
+
+  // Absolute correlation 1 - |r|; r = 1 below 2 elements (the low 16 bits of n). Without
+  // the flag the second measure is not evaluated: on a null work it would crash.
+  const float inc[] = {1, 2, 3}, dec[] = {3, 2, 1}, half[] = {1, 3, 2};
+  EXPECT_FLOAT_BITS(0.0f, measure_distance(0, 3, 0, inc, dec, nullptr, 3));
+  EXPECT_FLOAT_BITS(0.5f, measure_distance(0, 3, 0, inc, half, nullptr, 3));
+  for (std::uint32_t n : {1u, 65536u, 65537u})
+    EXPECT_FLOAT_BITS(0.0f, measure_distance(0, 3, 0, inc, y, nullptr, n));
+}
+
+TEST(MatrixInvert, SmallMatricesAndTinyOrders) {
+  std::uint16_t pivot[3] = {9, 9, 9};
+  float a[] = {4, 7, 2, 6};
+  ASSERT_EQ(1, matrix_invert(a, pivot, 2));
+  EXPECT_TRUE(pivot[0] == 1 && pivot[1] == 1);  // 7 leads row 0; row 1 searches column 1 only
+  EXPECT_EQ(Floats({0.59999996f, -0.69999987f, -0.19999997f, 0.39999995f}), Floats(a, a + 4));
+  float tie[] = {1, -1, 0, 1};  // equal magnitudes: the later column wins
+  EXPECT_TRUE(matrix_invert(tie, pivot, 2) == 1 && pivot[0] == 1 && tie[0] == 1 && tie[1] == 1 &&
+              tie[2] == 0 && tie[3] == 1);
+  float singular[] = {1, 2, 3, 2, 4, 6, 1, 1, 1};
+  EXPECT_EQ(0, matrix_invert(singular, pivot, 3));
+  // A NaN row has no qualifying pivot: the column of the step before is kept.
+  float with_nan[] = {5, 1, 1, kNaN, kNaN, kNaN, 1, 1, 4};
+  EXPECT_TRUE(matrix_invert(with_nan, pivot, 3) == 1 && pivot[0] == 0 && pivot[1] == 0 &&
+              pivot[2] == 0);
+
+  float one = 4.0f, zero = 0.0f;
+  pivot[0] = 9;
+  EXPECT_TRUE(matrix_invert(&one, pivot, 0) == 1 && one == 4.0f && pivot[0] == 9);  // untouched
+  EXPECT_TRUE(matrix_invert(&one, pivot, 1) == 1 && one == 0.25f && pivot[0] == 0);
+  EXPECT_EQ(0, matrix_invert(&zero, pivot, 1));
+}
+
+TEST(MatrixInvert, ProductWithInverseIsIdentity) {
+  std::mt19937 rng(20240611);
+  std::uniform_real_distribution<float> entry(-1.0f, 1.0f);
+  for (int n = 1; n <= 16; ++n) {
+    std::vector<int> column(n);  // diagonally dominant, columns shuffled so that pivots move
+    std::iota(column.begin(), column.end(), 0);
+    std::shuffle(column.begin(), column.end(), rng);
+    Floats a(n * n);
+    for (int i = 0; i < n * n; ++i) a[i] = entry(rng) + (column[i % n] == i / n ? n + 1.0f : 0.0f);
+    const Floats original = a;
+    std::vector<std::uint16_t> pivot(n);
+    ASSERT_EQ(1, matrix_invert(a.data(), pivot.data(), static_cast<std::uint16_t>(n)));
+    for (int i = 0; i < n * n; ++i) {
+      const int r = i / n, c = i % n;
+      double sum = 0.0;  // row r of A times column c of its inverse
+      for (int k = 0; k < n; ++k) sum += double(original[r * n + k]) * a[k * n + c];
+      EXPECT_NEAR(r == c ? 1.0 : 0.0, sum, 1e-5) << n << "x" << n << " at " << r << "," << c;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vtl
