@@ -74,8 +74,8 @@ TEST_F(SpectrumPeaks, FramesChainThroughTheFrameArray) {
   // its one magnitude their difference. Inputs of 1 alternate magnitudes 1 and
   // 0, so the sum after frame k is k / 2 + 1; all 300 frames count.
   float frame[2] = {0, 0};
-  float spec[2];
-  set_frame_arrays(frame, spec, 2);
+  float spectrum[2];
+  set_frame_arrays(frame, spectrum, 2);
   set_frame_length(2);
   const std::vector<float> ones(300, 1.0f);
   std::vector<float> peaks(301, kUntouched);
@@ -100,16 +100,16 @@ TEST_F(SpectrumPeaks, SingleFramePeakStartsAtTheFirstMagnitude) {
   const float first[] = {1};
   float frame[8] = {0, -1, 1, -1, 1, -1, 1, -1};
   float again[8] = {0, -1, 1, -1, 1, -1, 1, -1};
-  float spec[8];
+  float spectrum[8];
   set_frame_length(8);
-  set_frame_arrays(frame, spec, 8);
+  set_frame_arrays(frame, spectrum, 8);
   frame_band_peak(first, out, 100, 50, 0);
-  set_frame_arrays(again, spec, 8);
+  set_frame_arrays(again, spectrum, 8);
   frame_band_peak(first, out + 1, 100, 50, 25);
   EXPECT_FLOAT_BITS(2.0f, out[0]);
   EXPECT_NEAR(0.0f, out[1], 1e-6f);
 
-  set_peak_spectrum_array(spec, 4);  // too small for N = 8
+  set_peak_spectrum_array(spectrum, 4);  // too small for N = 8
   frame_band_peak(first, out + 2, 100, 50, 0);
   set_peak_spectrum_array(nullptr, 0);
   set_frame_length(6);  // not a power of two
