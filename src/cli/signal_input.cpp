@@ -48,37 +48,24 @@ bool apply_range_options(Command command, char** argv, std::FILE* file, std::int
     // A repeated option leaves the other one unset: such a call lacks an argument.
     const bool is_begin = std::strcmp(option, "--begin") == 0 && !begin_seen;
     const bool is_end = std::strcmp(option, "--end") == 0 && !end_seen;
-    if (is_begin) {
-      first = value;
-      if (first < 1) {
-        print_line("Error: argument --begin is not correct !");
-        print_line("Begin line number must be > 0");
-        return false;
-      }
-      if (end_seen && first > last) {
-        print_incompatible_range();
-        return false;
-      }
-      begin_seen = true;
-    } else if (is_end) {
-      last = value;
-      if (last < 1) {
-        print_line("Error: argument --end is not correct !");
-        print_line("End line number must be > 0");
-        return false;
-      }
-      if (begin_seen && first > last) {
-        print_incompatible_range();
-        return false;
-      }
-      line_count = count_lines(file);
-      if (line_count < last) {
-        print_line("Error: argument --end is not compatible with the number of lines in file !");
-        return false;
-      }
-      end_seen = true;
-    } else {
+    if (!is_begin && !is_end) {
       print_invalid_by_file_option(command);
+      return false;
+    }
+    (is_begin ? first : last) = value;
+    if (value < 1) {
+      std::printf("Error: argument %s is not correct !\n", is_begin ? "--begin" : "--end");
+      std::printf("%s line number must be > 0\n", is_begin ? "Begin" : "End");
+      return false;
+    }
+    // Whichever comes second checks the pair.
+    if ((is_begin ? end_seen : begin_seen) && first > last) {
+      print_incompatible_range();
+      return false;
+    }
+    (is_begin ? begin_seen : end_seen) = true;
+    if (is_end && (line_count = count_lines(file)) < last) {
+      print_line("Error: argument --end is not compatible with the number of lines in file !");
       return false;
     }
   }

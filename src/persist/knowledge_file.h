@@ -7,8 +7,6 @@
 
 namespace vtl {
 
-inline constexpr unsigned kKnowledgeFileSize = 288;
-
 // Reads from the file's current position (its start) straight into the model
 // and into learned_total; returns 0 when the configuration signature matched and
 // 1 at the first value that did not (the values after it are not read). A file
