@@ -15,7 +15,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace vtl;
   const std::size_t state_length = size < kStateFileSize ? size : kStateFileSize;
-  decode_state(data, state_length);
+  ReportTotals totals;
+  decode_state(data, state_length, totals);
   engine_status = 0;
   data += state_length;
   size -= state_length;

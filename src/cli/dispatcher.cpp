@@ -19,10 +19,16 @@ namespace {
 
 FileHandle open_state_file(const char* mode) { return FileHandle(std::fopen(kStateFileName, mode)); }
 
+void load_state_into_globals(std::FILE* file) {
+  ReportTotals totals = report_totals();
+  load_state(file, totals);
+  set_report_totals(totals);
+}
+
 // Saves into an open state file and closes it; false (after the error line)
 // when the state could not be written.
 bool save_and_close(FileHandle file) {
-  const bool saved = save_state(file.get());
+  const bool saved = save_state(file.get(), report_totals());
   const bool closed = std::fclose(file.release()) == 0;
   if (saved && closed) return true;
   print_state_write_error();
@@ -66,7 +72,7 @@ int run_get_version(int argc) {
     print_version_report(false);
     return 0;
   }
-  load_state(state.get());
+  load_state_into_globals(state.get());
   state.reset();
   print_version_report(true);
   return 0;
@@ -78,7 +84,7 @@ int import_named_knowledge(int argc, char** argv) {
   FileHandle knowledge =
       open_input_file(argc > 3 ? argv[input_arg_index] : nullptr, "knowledge file");
   if (!knowledge) return 1;
-  const unsigned result = import_knowledge_file(knowledge.get()) & 0xFFu;
+  const unsigned result = import_knowledge_file(knowledge.get(), &learned_total) & 0xFFu;
   if (result != 0) {
     std::printf("Error: a knowledge that do not match the library has been loaded %u !\n", result);
     return 1;
@@ -99,7 +105,7 @@ int run_knowledge(int argc, char** argv) {
     print_documentation_trailer();
     return 1;
   }
-  load_state(state.get());
+  load_state_into_globals(state.get());
   state.reset();
   // Any other second argument imports nothing: the state is saved back as it
   // was loaded and the report names no input file.
@@ -124,7 +130,7 @@ int run_set_sensitivity(int argc, char** argv) {
     print_state_missing();
     return 1;
   }
-  load_state(state.get());
+  load_state_into_globals(state.get());
   state.reset();
   vtl_anomalydetection_set_sensitivity(value);
   state = create_state_file();
@@ -216,7 +222,7 @@ int run_signal_command(Command command, int argc, char** argv) {
     print_documentation_trailer();
     return 1;
   }
-  load_state(state.get());
+  load_state_into_globals(state.get());
   std::fseek(state.get(), 0, SEEK_SET);
   if (command == Command::detect && !detection_allowed()) return 1;
 

@@ -22,6 +22,17 @@ std::int32_t current_line = 0;
 std::uint8_t similarity = 0;
 float input_buffer[3] = {0.0f, 0.0f, 0.0f};
 
+ReportTotals report_totals() {
+  return {learned_total, detected_total, nominal_total, anomaly_total};
+}
+
+void set_report_totals(const ReportTotals& totals) {
+  learned_total = totals.learned;
+  detected_total = totals.detected;
+  nominal_total = totals.nominal;
+  anomaly_total = totals.anomaly;
+}
+
 void count_classification(bool nominal) {
   if (nominal) {
     increment_counter(nominal_total);

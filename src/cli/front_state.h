@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "persist/state_file.h"
+
 namespace vtl {
 
 extern std::int32_t learned_total;   // signals learned over all invocations; gates detection
@@ -32,6 +34,10 @@ extern float input_buffer[3];
 inline void increment_counter(std::int32_t& counter) {
   counter = static_cast<std::int32_t>(static_cast<std::uint32_t>(counter) + 1u);
 }
+
+// The four totals as the state file carries them, and back.
+ReportTotals report_totals();
+void set_report_totals(const ReportTotals& totals);
 
 // Counts one rated signal as nominal or anomaly, in the totals and in this
 // invocation's numbers.

@@ -2,9 +2,10 @@
 
 #include <cmath>
 
+#include "base/min_max.h"
+#include "base/vector_primitives.h"
 #include "conditioning/work_arrays.h"
-#include "distance/vector_primitives.h"
-#include "engine/staging.h"
+#include "conditioning/engine_link.h"
 
 namespace vtl {
 
@@ -55,8 +56,8 @@ std::uint8_t plan_band_filter(float fs, float f_upper, float f_lower, FilterCall
   } else if (f_upper == nyq && f_lower > 0.0f) {
     type = FILTER_HIGHPASS;
   }
-  const float hi = std::fmax(f_lower, 0.0f);
-  const float lo = std::fmin(f_upper, nyq);
+  const float hi = float_max(f_lower, 0.0f);
+  const float lo = float_min(f_upper, nyq);
 
   std::uint8_t count = 0;
   if (type == FILTER_LOWPASS) calls[count++] = {type, f_upper, 0.0f};

@@ -3,8 +3,7 @@
 #include <cmath>
 
 #include "conditioning/work_arrays.h"
-#include "engine/model.h"
-#include "engine/staging.h"
+#include "conditioning/engine_link.h"
 #include "features/magnitudes.h"
 
 namespace vtl {

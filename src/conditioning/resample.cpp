@@ -3,8 +3,9 @@
 #include <cmath>
 #include <cstddef>
 
-#include "distance/vector_primitives.h"
-#include "engine/staging.h"
+#include "base/min_max.h"
+#include "base/vector_primitives.h"
+#include "conditioning/engine_link.h"
 
 namespace vtl {
 
@@ -69,7 +70,7 @@ void bin_rules(const float* src, std::uint16_t n_in, float* out, std::uint16_t n
     const std::uint32_t end = bin_end(r * static_cast<float>(o) - 0.5f, n_in);
     if (mode == RESAMPLE_BIN_MAX) {
       float x = m - 1.0f;
-      for (; k < end; ++k) x = std::fmax(x, src[k]);
+      for (; k < end; ++k) x = float_max(x, src[k]);
       slot = x;
     } else if (mode == RESAMPLE_BIN_MEAN) {
       float a = m - 1.0f;

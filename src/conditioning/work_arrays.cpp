@@ -1,6 +1,7 @@
 #include "conditioning/work_arrays.h"
 
-#include "engine/model.h"
+#include "conditioning/engine_link.h"
+
 
 namespace vtl {
 
@@ -9,7 +10,7 @@ namespace {
 float library_frame[kFrameArrayCapacity];
 float library_spectrum[kFrameArrayCapacity];
 float library_peak_spectrum[kFrameArrayCapacity];
-float library_taps[kFilterTapCount];
+float library_taps[kFirTaps];
 
 struct WorkArray {
   float* array;
@@ -21,7 +22,7 @@ struct WorkArray {
 WorkArray installed_frame{library_frame, kFrameArrayCapacity};
 WorkArray installed_spectrum{library_spectrum, kFrameArrayCapacity};
 WorkArray installed_peak_spectrum{library_peak_spectrum, kFrameArrayCapacity};
-WorkArray installed_taps{library_taps, kFilterTapCount};
+WorkArray installed_taps{library_taps, kFirTaps};
 
 // A null array gives the library's own back.
 WorkArray chosen(float* array, std::uint32_t capacity, float* library,
@@ -51,7 +52,7 @@ void set_peak_spectrum_array(float* spectrum, std::uint32_t capacity) {
 }
 
 void set_fir_taps(float* taps, std::uint32_t capacity) {
-  installed_taps = chosen(taps, capacity, library_taps, kFilterTapCount);
+  installed_taps = chosen(taps, capacity, library_taps, kFirTaps);
   fir_taps = installed_taps.array;
 }
 
@@ -71,7 +72,7 @@ float* peak_spectrum_array(std::uint32_t n) {
 }
 
 bool fir_taps_ready() {
-  return fir_taps == installed_taps.array && installed_taps.capacity >= kFilterTapCount;
+  return fir_taps == installed_taps.array && installed_taps.capacity >= kFirTaps;
 }
 
 }  // namespace vtl

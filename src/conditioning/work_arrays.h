@@ -21,10 +21,11 @@
 
 #include <cstdint>
 
+#include "base/constants.h"
+
 namespace vtl {
 
 inline constexpr std::uint32_t kFrameArrayCapacity = 32768;
-inline constexpr std::uint32_t kFilterTapCount = 65;
 
 extern float* frame_buffer;
 extern float* spectrum_buffer;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "distance/vector_primitives.h"
+#include "base/vector_primitives.h"
 
 namespace vtl::detail {
 

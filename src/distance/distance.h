@@ -6,4 +6,4 @@
 #include "distance/matrix.h"
 #include "distance/measure.h"
 #include "distance/vector_distance.h"
-#include "distance/vector_primitives.h"
+#include "base/vector_primitives.h"

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/constants.h"
 #include "distance/correlation.h"
 #include "distance/cosine_ratio.h"
 #include "distance/vector_distance.h"
@@ -9,8 +10,6 @@
 namespace vtl {
 
 namespace {
-
-constexpr float kPi = 3.1415927f;
 
 float angle(const float* x, const float* y, std::uint32_t n) {
   const float cosine = detail::cosine_ratio(x, y, n);

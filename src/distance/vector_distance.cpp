@@ -2,7 +2,7 @@
 
 #include "distance/correlation.h"
 #include "distance/cosine_ratio.h"
-#include "distance/vector_primitives.h"
+#include "base/vector_primitives.h"
 
 namespace vtl {
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/min_max.h"
 #include "engine/model.h"
 
 namespace vtl {
@@ -11,7 +12,7 @@ std::uint8_t init_done = 0;
 std::uint32_t learn_count = 0;
 float sensitivity = 1.0f;
 
-float min_of_two(float a, float b) { return std::fmin(a, b); }
+float min_of_two(float a, float b) { return float_min(a, b); }
 
 std::int32_t engine_self_test() {
   const float result = min_of_two(1.1f, 2.1f);

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/min_max.h"
 #include "distance/measure.h"
 #include "engine/model.h"
 
@@ -17,8 +18,8 @@ float score_similarity(const float* signal, float factor) {
     const float g = 90.0f * (1.0f / factor);
     const float v = g * q;
     // The floor is taken in double precision: a NaN vote becomes 0.
-    const float floored = static_cast<float>(std::fmax(static_cast<double>(v), 0.0));
-    const float s = std::fmin(floored, 100.0f);
+    const float floored = static_cast<float>(double_max(static_cast<double>(v), 0.0));
+    const float s = float_min(floored, 100.0f);
     if (s >= best) best = s;
     if (best == 100.0f) return 100.0f;
   }

@@ -1,7 +1,7 @@
 #include "engine/staging.h"
 
-#include <cmath>
-#include <limits>
+#include "base/constants.h"
+#include "base/min_max.h"
 
 namespace vtl {
 
@@ -22,7 +22,7 @@ void copy_value(const float* source, float* destination, std::uint16_t index,
 void find_min(const float* values, std::uint32_t n, float* minimum, std::uint32_t* position) {
   *position = 0;
   if (n == 0) {
-    *minimum = std::numeric_limits<float>::quiet_NaN();
+    *minimum = kQuietNaN;
     return;
   }
   *minimum = values[0];
@@ -47,7 +47,7 @@ void reduce_max(const float* values, std::uint16_t n, float* destination, std::u
   float x = minimum - 1.0f;
   // The bound k <= n - 0.5 tested in float equals k < n for every 16-bit n.
   for (std::uint32_t k = 0; k < n; ++k) {
-    x = std::fmax(x, values[k]);
+    x = float_max(x, values[k]);
     destination[index] = x;
   }
 }

@@ -1,6 +1,5 @@
 #include "persist/knowledge_file.h"
 
-#include "cli/front_state.h"
 #include "engine/interface.h"
 #include "engine/knowledge_buffer.h"
 #include "persist/byte_order.h"
@@ -18,12 +17,12 @@ bool read_value(std::FILE* file, float* value) {
 
 }  // namespace
 
-std::uint8_t import_knowledge_file(std::FILE* file) {
+std::uint8_t import_knowledge_file(std::FILE* file, std::int32_t* learned_total) {
   float value = 0.0f;
   for (unsigned position = 0; position < kKnowledgeModelValues; ++position) {
     if (!read_value(file, &value)) return 1;
     store_knowledge_value(position, value);
-    if (position == 0) learned_total = static_cast<std::int32_t>(learn_count);
+    if (position == 0) *learned_total = static_cast<std::int32_t>(learn_count);
   }
   for (unsigned position = kKnowledgeModelValues; position < kKnowledgeValues; ++position) {
     if (!read_value(file, &value) || !knowledge_signature_matches(position, value)) return 1;

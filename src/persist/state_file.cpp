@@ -1,6 +1,5 @@
 #include "persist/state_file.h"
 
-#include "cli/front_state.h"
 #include "engine/interface.h"
 #include "engine/model.h"
 #include "persist/byte_order.h"
@@ -48,11 +47,11 @@ class FieldReader {
 
 }  // namespace
 
-void encode_state(std::uint8_t* image) {
-  put_u32(image + 0, static_cast<std::uint32_t>(learned_total));
-  put_u32(image + 4, static_cast<std::uint32_t>(detected_total));
-  put_u32(image + 8, static_cast<std::uint32_t>(nominal_total));
-  put_u32(image + 12, static_cast<std::uint32_t>(anomaly_total));
+void encode_state(const ReportTotals& totals, std::uint8_t* image) {
+  put_u32(image + 0, static_cast<std::uint32_t>(totals.learned));
+  put_u32(image + 4, static_cast<std::uint32_t>(totals.detected));
+  put_u32(image + 8, static_cast<std::uint32_t>(totals.nominal));
+  put_u32(image + 12, static_cast<std::uint32_t>(totals.anomaly));
   put_f32(image + 16, sensitivity);
   put_u8(image + 20, init_done);
   put_u32(image + 21, learn_count);
@@ -75,12 +74,12 @@ void encode_state(std::uint8_t* image) {
   put_u16(image + kSmallestCountOffset, smallest_count);
 }
 
-void decode_state(const std::uint8_t* image, std::size_t length) {
+void decode_state(const std::uint8_t* image, std::size_t length, ReportTotals& totals) {
   const FieldReader read(image, length);
-  read.i32(0, learned_total);
-  read.i32(4, detected_total);
-  read.i32(8, nominal_total);
-  read.i32(12, anomaly_total);
+  read.i32(0, totals.learned);
+  read.i32(4, totals.detected);
+  read.i32(8, totals.nominal);
+  read.i32(12, totals.anomaly);
   read.f32(16, sensitivity);
   read.u8(20, init_done);
   read.u32(21, learn_count);
@@ -103,14 +102,14 @@ void decode_state(const std::uint8_t* image, std::size_t length) {
   read.u16(kSmallestCountOffset, smallest_count);
 }
 
-bool save_state(std::FILE* file) {
+bool save_state(std::FILE* file, const ReportTotals& totals) {
   std::uint8_t image[kStateFileSize];
-  encode_state(image);
+  encode_state(totals, image);
   const bool written = std::fwrite(image, 1, kStateFileSize, file) == kStateFileSize;
   return written && std::fflush(file) == 0;
 }
 
-void load_state(std::FILE* file) {
+void load_state(std::FILE* file, ReportTotals& totals) {
   std::uint8_t image[kStateFileSize];
   std::size_t length = 0;
   // fread may return short counts before the end (pipes); keep reading until
@@ -120,7 +119,7 @@ void load_state(std::FILE* file) {
     if (got == 0) break;
     length += got;
   }
-  decode_state(image, length);
+  decode_state(image, length, totals);
 }
 
 }  // namespace vtl

@@ -21,17 +21,26 @@ namespace vtl {
 
 inline constexpr std::size_t kStateFileSize = 216;
 
-// The current globals as the file's bytes.
-void encode_state(std::uint8_t* image);
-// Loads every field that lies wholly within the first `length` bytes; the
-// others keep their values (a field cut off by the end counts as absent).
-void decode_state(const std::uint8_t* image, std::size_t length);
+// The four report totals that travel with the model; the front end owns them.
+struct ReportTotals {
+  std::int32_t learned = 0;
+  std::int32_t detected = 0;
+  std::int32_t nominal = 0;
+  std::int32_t anomaly = 0;
+};
+
+// The engine's globals and the totals as the file's bytes.
+void encode_state(const ReportTotals& totals, std::uint8_t* image);
+// Loads every field that lies wholly within the first `length` bytes into the
+// engine's globals and the totals; the others keep their values (a field cut
+// off by the end counts as absent).
+void decode_state(const std::uint8_t* image, std::size_t length, ReportTotals& totals);
 
 // Writes the 216 bytes at the file's current position; true when all of them
 // were written and flushed.
-bool save_state(std::FILE* file);
-// Reads up to 216 bytes from the file's current position into the globals;
-// bytes beyond 216 are ignored.
-void load_state(std::FILE* file);
+bool save_state(std::FILE* file, const ReportTotals& totals);
+// Reads up to 216 bytes from the file's current position; bytes beyond 216 are
+// ignored.
+void load_state(std::FILE* file, ReportTotals& totals);
 
 }  // namespace vtl

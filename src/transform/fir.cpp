@@ -4,13 +4,13 @@
 #include <cstdint>
 #include <cstring>
 
-#include "distance/vector_primitives.h"
+#include "base/constants.h"
+#include "base/vector_primitives.h"
 
 namespace vtl {
 
 namespace {
 
-constexpr float kPi = 3.1415927f;
 constexpr float kNearZero = 0.00001f;
 
 // f * sinc(f * k): the ideal low-pass response of normalised cutoff f.

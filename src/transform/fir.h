@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "base/constants.h"
+
 namespace vtl {
 
 // Every 8-bit value is a valid type: 3 to 255 use the three-term kernel.
@@ -12,8 +14,6 @@ enum FilterType : std::uint8_t {
   FILTER_HIGHPASS = 1,
   FILTER_BANDPASS = 2,
 };
-
-inline constexpr std::uint16_t kFirTaps = 65;
 
 // Adds the filtered n samples of src into dst; taps (65 floats) is overwritten
 // with the kernel. For n = 0 src is not read and dst is left alone (taps still

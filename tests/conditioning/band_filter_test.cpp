@@ -69,8 +69,8 @@ TEST_F(BandFilteredValues, NormsPassThroughAndOneValueFiltered) {
 
 TEST_F(BandFilteredValues, FiltersOnlyWithAReadyTapArray) {
   const float one[] = {1};
-  float taps[kFilterTapCount] = {};
-  set_fir_taps(taps, kFilterTapCount);
+  float taps[kFirTaps] = {};
+  set_fir_taps(taps, kFirTaps);
   filtered_first_sample(one, work, out, 100, 30, 10);
   EXPECT_NEAR(0.4f, taps[32], 1e-6f);  // the band-pass centre tap went to our array
   float short_taps[10];

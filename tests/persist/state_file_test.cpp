@@ -9,7 +9,6 @@
 #include <cstring>
 #include <vector>
 
-#include "cli/front_state.h"
 #include "engine/interface.h"
 #include "engine/model.h"
 #include "test_util.h"
@@ -20,12 +19,11 @@ namespace {
 using test::bits;
 using test::from_bits;
 
+ReportTotals totals;
+
 // Gives every saved field a distinct value, NaN payloads and -0.0 included.
 void fill_distinct_state() {
-  learned_total = -2;
-  detected_total = 0x01020304;
-  nominal_total = 77;
-  anomaly_total = 2147483647;
+  totals = {-2, 0x01020304, 77, 2147483647};
   sensitivity = from_bits(0x7FC01234u);  // NaN with a payload
   init_done = 0xA5;
   learn_count = 0xDEADBEEFu;
@@ -48,7 +46,7 @@ void fill_distinct_state() {
 
 std::vector<std::uint8_t> encoded() {
   std::vector<std::uint8_t> image(kStateFileSize);
-  encode_state(image.data());
+  encode_state(totals, image.data());
   return image;
 }
 
@@ -57,17 +55,17 @@ TEST(StateFile, SaveThenLoadRestoresEveryFieldBitForBit) {
   const std::vector<std::uint8_t> before = encoded();
   std::FILE* file = std::tmpfile();
   ASSERT_NE(file, nullptr);
-  ASSERT_TRUE(save_state(file));
+  ASSERT_TRUE(save_state(file, totals));
   EXPECT_EQ(std::ftell(file), 216);
 
   engine_reset();
-  learned_total = detected_total = nominal_total = anomaly_total = 0;
+  totals = {};
   sensitivity = 1.0f;
   init_done = 0;
   learn_count = 0;
   frame_length = vector_length = 0;
   std::rewind(file);
-  load_state(file);
+  load_state(file, totals);
   std::fclose(file);
   EXPECT_EQ(encoded(), before);
   EXPECT_EQ(bits(sensitivity), 0x7FC01234u);
@@ -80,20 +78,20 @@ TEST(StateFile, ShortFilesLoadWhatTheyHoldAndLongTailsAreIgnored) {
   image.resize(300, 0xEE);  // bytes after 216 are not read
 
   engine_reset();
-  learned_total = 5;
+  totals.learned = 5;
   sensitivity = 1.0f;
   learn_count = 0;
-  decode_state(image.data(), 23);  // learn_count cut off after two of its bytes
-  EXPECT_EQ(learned_total, -2);
+  decode_state(image.data(), 23, totals);  // learn_count cut off after two of its bytes
+  EXPECT_EQ(totals.learned, -2);
   EXPECT_EQ(init_done, 0xA5);
   EXPECT_TRUE(std::isnan(sensitivity));
   EXPECT_EQ(learn_count, 0u);  // a cut field keeps its value
   EXPECT_EQ(measure_primary, 4);
 
-  decode_state(image.data(), 0);
-  EXPECT_EQ(learned_total, -2);
+  decode_state(image.data(), 0, totals);
+  EXPECT_EQ(totals.learned, -2);
 
-  decode_state(image.data(), image.size());
+  decode_state(image.data(), image.size(), totals);
   EXPECT_EQ(smallest_count, 0xBEEF);
   EXPECT_EQ(encoded(), std::vector<std::uint8_t>(image.begin(), image.begin() + 216));
 }
@@ -105,7 +103,7 @@ TEST(StateFile, SaveThroughAnUpdateHandleKeepsALongerTail) {
   const std::vector<std::uint8_t> junk(400, 0x5A);
   std::fwrite(junk.data(), 1, junk.size(), file);
   std::rewind(file);
-  ASSERT_TRUE(save_state(file));
+  ASSERT_TRUE(save_state(file, totals));
   std::fseek(file, 0, SEEK_END);
   EXPECT_EQ(std::ftell(file), 400);
   std::fseek(file, 216, SEEK_SET);

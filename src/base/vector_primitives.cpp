@@ -1,13 +1,10 @@
-#include "distance/vector_primitives.h"
+#include "base/vector_primitives.h"
 
 #include <cmath>
-#include <limits>
+
+#include "base/constants.h"
 
 namespace vtl {
-
-namespace {
-constexpr float kQuietNaN = std::numeric_limits<float>::quiet_NaN();
-}
 
 void vector_sum_squares(const float* v, std::uint32_t n, float* out) {
   if (n == 0) {
