@@ -1,52 +1,73 @@
 #include "cli/dispatcher.h"
 
-#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
-#include "cli/file_handle.h"
 #include "cli/front_state.h"
+#include "cli/input_file.h"
 #include "cli/messages.h"
+#include "cli/output.h"
 #include "cli/report.h"
 #include "cli/signal_input.h"
 #include "engine/interface.h"
 #include "persist/knowledge_file.h"
 #include "persist/state_file.h"
+#include "persist/state_store.h"
 
 namespace vtl {
 
 namespace {
 
-FileHandle open_state_file(const char* mode) { return FileHandle(std::fopen(kStateFileName, mode)); }
+// The state file of one invocation: locked from before the load until after
+// the save, and replaced only once the whole report reached standard output.
+class StateFile {
+ public:
+  explicit StateFile(StateStore::Lock lock) { store_.lock(lock); }
 
-void load_state_into_globals(std::FILE* file) {
-  ReportTotals totals = report_totals();
-  load_state(file, totals);
-  set_report_totals(totals);
-}
+  // False when there is no usable state file; for_update also asks that it
+  // could be written in place.
+  bool open(bool for_update) { return store_.open_existing(for_update); }
 
-// Saves into an open state file and closes it; false (after the error line)
-// when the state could not be written.
-bool save_and_close(FileHandle file) {
-  const bool saved = save_state(file.get(), report_totals());
-  const bool closed = std::fclose(file.release()) == 0;
-  if (saved && closed) return true;
-  print_state_write_error();
-  return false;
-}
+  void load() {
+    std::uint8_t image[kStateFileSize];
+    const std::size_t length = store_.read_start(image, sizeof image);
+    ReportTotals totals = report_totals();
+    decode_state(image, length, totals);
+    set_report_totals(totals);
+  }
 
-// The "wb" opens of init, knowledge and set_sensitivity: a state file that
-// cannot be created is reported before anything else is printed, and an
-// existing one is then left as it was.
-FileHandle create_state_file() {
-  FileHandle file = open_state_file("wb");
-  if (!file) print_state_write_error();
-  return file;
-}
+  // Writes the new state aside, synced; the error line when that failed.
+  // keep_tail keeps the bytes after the state, as a save in place would.
+  bool prepare(bool keep_tail) {
+    std::uint8_t image[kStateFileSize];
+    encode_state(report_totals(), image);
+    if (store_.prepare(image, sizeof image, keep_tail)) return true;
+    print_state_write_error();
+    return false;
+  }
+
+  // Once every byte of the report has been written, the prepared state
+  // replaces the old one; the exit status.
+  int commit_after_report() {
+    if (!out().flush()) return 1;
+    if (store_.commit()) return 0;
+    print_state_write_error();
+    return 1;
+  }
+
+ private:
+  StateStore store_{kStateFileName};
+};
 
 void print_too_many_arguments(const char* valid_call) {
   print_line("Error: too many arguments Vantelo Emulator call !");
-  std::printf("Valid call is: %s\n", valid_call);
+  out().text("Valid call is: ");
+  out().line(valid_call);
   print_documentation_trailer();
 }
 
@@ -55,11 +76,12 @@ int run_init(int argc) {
     print_too_many_arguments("vtl_anomalydetection_init");
     return 1;
   }
+  StateFile state(StateStore::Lock::exclusive);
   vtl_anomalydetection_init();
-  FileHandle state = create_state_file();
-  if (!state) return 1;
+  // A state file that cannot be replaced is reported before the report.
+  if (!state.prepare(false)) return 1;
   print_initialization_report();
-  return save_and_close(std::move(state)) ? 0 : 1;
+  return state.commit_after_report();
 }
 
 int run_get_version(int argc) {
@@ -67,34 +89,39 @@ int run_get_version(int argc) {
     print_too_many_arguments("vtl_anomalydetection_get_version");
     return 1;
   }
-  FileHandle state = open_state_file("rb");
-  if (!state) {
-    print_version_report(false);
-    return 0;
-  }
-  load_state_into_globals(state.get());
-  state.reset();
-  print_version_report(true);
+  StateFile state(StateStore::Lock::shared);
+  const bool loaded = state.open(false);
+  if (loaded) state.load();
+  print_version_report(loaded);
   return 0;
 }
 
 // Opens and imports the knowledge file named by argv[3]; 0 or 1 as the exit status.
 int import_named_knowledge(int argc, char** argv) {
   input_arg_index = 3;
-  FileHandle knowledge =
-      open_input_file(argc > 3 ? argv[input_arg_index] : nullptr, "knowledge file");
-  if (!knowledge) return 1;
-  const unsigned result = import_knowledge_file(knowledge.get(), &learned_total) & 0xFFu;
+  InputFile knowledge;
+  if (!knowledge.open(argc > 3 ? argv[input_arg_index] : nullptr, "knowledge file")) return 1;
+  std::uint8_t record[kKnowledgeFileSize];
+  std::size_t length = 0;
+  while (length < sizeof record) {
+    const ssize_t got = ::read(knowledge.fd(), record + length, sizeof record - length);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    length += static_cast<std::size_t>(got);
+  }
+  const unsigned result = import_knowledge_file(record, length, &learned_total) & 0xFFu;
   if (result != 0) {
-    std::printf("Error: a knowledge that do not match the library has been loaded %u !\n", result);
+    out().text("Error: a knowledge that do not match the library has been loaded ");
+    out().decimal(static_cast<std::int32_t>(result));
+    out().line(" !");
     return 1;
   }
   return 0;
 }
 
 int run_knowledge(int argc, char** argv) {
-  FileHandle state = open_state_file("rb+");
-  if (!state) {
+  StateFile state(StateStore::Lock::exclusive);
+  if (!state.open(true)) {
     print_state_missing();
     return 1;
   }
@@ -105,16 +132,14 @@ int run_knowledge(int argc, char** argv) {
     print_documentation_trailer();
     return 1;
   }
-  load_state_into_globals(state.get());
-  state.reset();
+  state.load();
   // Any other second argument imports nothing: the state is saved back as it
   // was loaded and the report names no input file.
   const bool has_path = std::strcmp(argv[2], "--knowledge_path") == 0;
   if (has_path && import_named_knowledge(argc, argv) != 0) return 1;
-  state = create_state_file();
-  if (!state || !save_and_close(std::move(state))) return 1;
+  if (!state.prepare(false)) return 1;
   print_load_knowledge_report(has_path ? argv[input_arg_index] : nullptr);
-  return 0;
+  return state.commit_after_report();
 }
 
 int run_set_sensitivity(int argc, char** argv) {
@@ -125,18 +150,16 @@ int run_set_sensitivity(int argc, char** argv) {
     return 1;
   }
   const float value = static_cast<float>(std::strtod(argv[2], nullptr));
-  FileHandle state = open_state_file("rb");
-  if (!state) {
+  StateFile state(StateStore::Lock::exclusive);
+  if (!state.open(false)) {
     print_state_missing();
     return 1;
   }
-  load_state_into_globals(state.get());
-  state.reset();
+  state.load();
   vtl_anomalydetection_set_sensitivity(value);
-  state = create_state_file();
-  if (!state) return 1;
+  if (!state.prepare(false)) return 1;
   print_sensitivity_update_report();
-  return save_and_close(std::move(state)) ? 0 : 1;
+  return state.commit_after_report();
 }
 
 void print_missing_signal_argument(Command command) {
@@ -167,7 +190,9 @@ bool detection_allowed() {
     return false;
   }
   if (static_cast<std::uint32_t>(learned_total) < static_cast<std::uint32_t>(kMinimumLearnedSignals)) {
-    std::printf("Error: not enough signals learned. %d signals learned up to now !\n", learned_total);
+    out().text("Error: not enough signals learned. ");
+    out().decimal(learned_total);
+    out().line(" signals learned up to now !");
     print_documentation_trailer();
     return false;
   }
@@ -197,16 +222,17 @@ void process_array_signal(Command command) {
   print_report_tail(true, true);
 }
 
-// learn and detect share one flow: the state file is opened "rb+", loaded,
-// rewound, and overwritten from its start after the report.
+// learn and detect share one flow: the state file is loaded, the signals are
+// processed while the report is printed, and the state is saved after it,
+// keeping any bytes after the state.
 int run_signal_command(Command command, int argc, char** argv) {
   if (command == Command::detect) {
     detected_now = 0;
     nominal_now = 0;
     anomaly_now = 0;
   }
-  FileHandle state = open_state_file("rb+");
-  if (!state) {
+  StateFile state(StateStore::Lock::exclusive);
+  if (!state.open(true)) {
     print_state_missing();
     return 1;
   }
@@ -222,8 +248,7 @@ int run_signal_command(Command command, int argc, char** argv) {
     print_documentation_trailer();
     return 1;
   }
-  load_state_into_globals(state.get());
-  std::fseek(state.get(), 0, SEEK_SET);
+  state.load();
   if (command == Command::detect && !detection_allowed()) return 1;
 
   if (std::strcmp(argv[2], "--file") == 0) {
@@ -241,12 +266,11 @@ int run_signal_command(Command command, int argc, char** argv) {
     print_documentation_trailer();
     return 1;
   }
-  return save_and_close(std::move(state)) ? 0 : 1;
+  if (!state.prepare(true)) return 1;
+  return state.commit_after_report();
 }
 
-}  // namespace
-
-int run_emulator(int argc, char** argv) {
+int run_command(int argc, char** argv) {
   if (argc <= 1) {
     print_line("Error: missing argument in Vantelo Emulator call !");
     print_general_usage();
@@ -266,10 +290,37 @@ int run_emulator(int argc, char** argv) {
   if (std::strcmp(name, "vtl_anomalydetection_detect") == 0) {
     return run_signal_command(Command::detect, argc, argv);
   }
-  std::printf("Error '%s' is not a valid function in Vantelo Emulator !\n", name);
+  out().text("Error '");
+  out().text(name);
+  out().line("' is not a valid function in Vantelo Emulator !");
   print_general_usage();
   print_documentation_trailer();
   return 1;
+}
+
+}  // namespace
+
+int run_emulator(int argc, char** argv) {
+  int status = run_command(argc, argv);
+  if (!out().flush()) {
+    report_output_failure(out().error_number());
+    status = 1;
+  }
+  return status;
+}
+
+void prepare_process() {
+  // A closed standard descriptor is reopened on /dev/null before any file is
+  // opened, so that no file can take its number; a closed standard output
+  // still counts as a failed report.
+  for (int fd = 0; fd <= 2; ++fd) {
+    if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
+    const int reopened = ::open("/dev/null", O_RDWR);
+    if (reopened != fd && reopened >= 0) ::close(reopened);
+    if (fd == 1) out().fail(EBADF);
+  }
+  // A reader that went away is reported like any other output error.
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 }  // namespace vtl

@@ -1,6 +1,6 @@
 #include "cli/messages.h"
 
-#include <cstdio>
+#include "cli/output.h"
 
 namespace vtl {
 
@@ -30,10 +30,7 @@ constexpr const char* kBareDetectUsage[] = {
 
 }  // namespace
 
-void print_line(const char* text) {
-  std::fputs(text, stdout);
-  std::fputc('\n', stdout);
-}
+void print_line(const char* text) { out().line(text); }
 
 void print_documentation_trailer() {
   print_line("Refer to Vantelo Emulator documentation for more details:");
@@ -70,7 +67,9 @@ void print_bare_detect_usage_lines() {
 }
 
 void print_state_write_error() {
-  std::printf("Error: could not write state file %s !\n", kStateFileName);
+  out().text("Error: could not write state file ");
+  out().text(kStateFileName);
+  out().line(" !");
 }
 
 }  // namespace vtl

@@ -1,9 +1,8 @@
 #include "cli/report.h"
 
-#include <cstdio>
-
 #include "cli/front_state.h"
 #include "cli/messages.h"
+#include "cli/output.h"
 #include "engine/interface.h"
 
 namespace vtl {
@@ -24,72 +23,101 @@ const char* status_text(ReportStatus status) {
 
 const char* entry_status(bool nominal) { return nominal ? "nominal" : "anomaly"; }
 
+// "\t\t{"signal": S, "line": L" or "... "line": null", shared by every entry.
+void entry_start(Output& o, std::int32_t signal, const std::int32_t* line) {
+  o.text("\t\t{\"signal\": ");
+  o.decimal(signal);
+  if (line == nullptr) {
+    o.text(", \"line\": null");
+  } else {
+    o.text(", \"line\": ");
+    o.decimal(*line);
+  }
+}
+
+// A file entry takes a comma unless it is the last; an array entry never does.
+void entry_end(Output& o, const std::int32_t* line, bool last) {
+  o.text(line != nullptr && !last ? "\"},\n" : "\"}\n");
+}
+
 }  // namespace
 
 void print_report_head(ReportStatus status, const float* sensitivity_value, ReportInput input,
                        const char* file_name) {
-  std::fputs("{\n", stdout);
-  std::printf("\t\"status\": \"%s\",\n", status_text(status));
-  std::printf("\t\"version\": \"%s\",\n", kBuildIdentifier);
+  Output& o = out();
+  o.text("{\n\t\"status\": \"");
+  o.text(status_text(status));
+  o.text("\",\n\t\"version\": \"");
+  o.text(kBuildIdentifier);
+  o.text("\",\n");
   if (sensitivity_value != nullptr) {
-    std::printf("\t\"sensitivity\": %.2f,\n", static_cast<double>(*sensitivity_value));
+    o.text("\t\"sensitivity\": ");
+    o.fixed2(*sensitivity_value);
+    o.text(",\n");
   } else {
-    std::fputs("\t\"sensitivity\": \"null\",\n", stdout);
+    o.text("\t\"sensitivity\": \"null\",\n");
   }
   switch (input) {
-    case ReportInput::null: std::fputs("\t\"input\": \"null\",\n", stdout); break;
-    case ReportInput::array: std::fputs("\t\"input\": \"array\",\n", stdout); break;
-    case ReportInput::file: std::printf("\t\"input\": \"%s\",\n", file_name); break;
+    case ReportInput::null: o.text("\t\"input\": \"null\",\n"); break;
+    case ReportInput::array: o.text("\t\"input\": \"array\",\n"); break;
+    case ReportInput::file:
+      o.text("\t\"input\": \"");
+      o.text(file_name);
+      o.text("\",\n");
+      break;
   }
 }
 
-void print_results_empty() { std::fputs("\t\"results\": [],\n", stdout); }
-void print_results_open() { std::fputs("\t\"results\": [\n", stdout); }
-void print_results_close() { std::fputs("\t],\n", stdout); }
+void print_results_empty() { out().text("\t\"results\": [],\n"); }
+void print_results_open() { out().text("\t\"results\": [\n"); }
+void print_results_close() { out().text("\t],\n"); }
 
 void print_learn_entry(std::int32_t signal, const std::int32_t* line, bool last) {
-  if (line == nullptr) {
-    std::printf(
-        "\t\t{\"signal\": %d, \"line\": null, \"similarity\": null, \"status\": \"nominal\"}\n",
-        signal);
-    return;
-  }
-  std::printf(
-      "\t\t{\"signal\": %d, \"line\": %d, \"similarity\": null, \"status\": \"nominal\"}%s\n",
-      signal, *line, last ? "" : ",");
+  Output& o = out();
+  entry_start(o, signal, line);
+  o.text(", \"similarity\": null, \"status\": \"nominal");
+  entry_end(o, line, last);
 }
 
 void print_detect_entry(std::int32_t signal, const std::int32_t* line, std::uint8_t similarity_value,
                         bool nominal, bool last) {
-  if (line == nullptr) {
-    std::printf("\t\t{\"signal\": %d, \"line\": null, \"similarity\": %d, \"status\": \"%s\"}\n",
-                signal, similarity_value, entry_status(nominal));
-    return;
-  }
-  std::printf("\t\t{\"signal\": %d, \"line\": %d, \"similarity\": %d, \"status\": \"%s\"}%s\n",
-              signal, *line, similarity_value, entry_status(nominal), last ? "" : ",");
+  Output& o = out();
+  entry_start(o, signal, line);
+  o.text(", \"similarity\": ");
+  o.decimal(similarity_value);
+  o.text(", \"status\": \"");
+  o.text(entry_status(nominal));
+  entry_end(o, line, last);
 }
 
 void print_report_tail(bool detection_numbers, bool totals) {
+  Output& o = out();
   if (detection_numbers) {
-    std::printf("\t\"detection_results\": {\"signals\": %d, \"nominal\": %d, \"anomaly\": %d},\n",
-                detected_now, nominal_now, anomaly_now);
+    o.text("\t\"detection_results\": {\"signals\": ");
+    o.decimal(detected_now);
+    o.text(", \"nominal\": ");
+    o.decimal(nominal_now);
+    o.text(", \"anomaly\": ");
+    o.decimal(anomaly_now);
+    o.text("},\n");
   } else {
-    std::fputs(
-        "\t\"detection_results\": {\"signals\": null, \"nominal\": null, \"anomaly\": null},\n",
-        stdout);
+    o.text("\t\"detection_results\": {\"signals\": null, \"nominal\": null, \"anomaly\": null},\n");
   }
   if (totals) {
-    std::printf("\t\"learning_summary\": {\"signals\": %d},\n", learned_total);
-    std::printf("\t\"detection_summary\": {\"signals\": %d, \"nominal\": %d, \"anomaly\": %d}\n",
-                detected_total, nominal_total, anomaly_total);
+    o.text("\t\"learning_summary\": {\"signals\": ");
+    o.decimal(learned_total);
+    o.text("},\n\t\"detection_summary\": {\"signals\": ");
+    o.decimal(detected_total);
+    o.text(", \"nominal\": ");
+    o.decimal(nominal_total);
+    o.text(", \"anomaly\": ");
+    o.decimal(anomaly_total);
+    o.text("}\n");
   } else {
-    std::fputs("\t\"learning_summary\": {\"signals\": null},\n", stdout);
-    std::fputs(
-        "\t\"detection_summary\": {\"signals\": null, \"nominal\": null, \"anomaly\": null}\n",
-        stdout);
+    o.text("\t\"learning_summary\": {\"signals\": null},\n");
+    o.text("\t\"detection_summary\": {\"signals\": null, \"nominal\": null, \"anomaly\": null}\n");
   }
-  std::fputs("}\n", stdout);
+  o.text("}\n");
 }
 
 void print_initialization_report() {

@@ -1,11 +1,16 @@
 #include "cli/signal_input.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "cli/file_handle.h"
 #include "cli/front_state.h"
+#include "cli/input_file.h"
+#include "cli/output.h"
 #include "cli/report.h"
 #include "engine/interface.h"
 
@@ -38,7 +43,7 @@ void print_invalid_by_file_option(Command command) {
 }
 
 // Applies the two option/value pairs of the 8-argument form, in argument order.
-bool apply_range_options(Command command, char** argv, std::FILE* file, std::int32_t& first,
+bool apply_range_options(Command command, char** argv, const InputFile& file, std::int32_t& first,
                          std::int32_t& last) {
   bool begin_seen = false;
   bool end_seen = false;
@@ -54,8 +59,9 @@ bool apply_range_options(Command command, char** argv, std::FILE* file, std::int
     }
     (is_begin ? first : last) = value;
     if (value < 1) {
-      std::printf("Error: argument %s is not correct !\n", is_begin ? "--begin" : "--end");
-      std::printf("%s line number must be > 0\n", is_begin ? "Begin" : "End");
+      print_line(is_begin ? "Error: argument --begin is not correct !"
+                          : "Error: argument --end is not correct !");
+      print_line(is_begin ? "Begin line number must be > 0" : "End line number must be > 0");
       return false;
     }
     // Whichever comes second checks the pair.
@@ -64,7 +70,7 @@ bool apply_range_options(Command command, char** argv, std::FILE* file, std::int
       return false;
     }
     (is_begin ? begin_seen : end_seen) = true;
-    if (is_end && (line_count = count_lines(file)) < last) {
+    if (is_end && (line_count = count_lines(file.fd())) < last) {
       print_line("Error: argument --end is not compatible with the number of lines in file !");
       return false;
     }
@@ -72,21 +78,37 @@ bool apply_range_options(Command command, char** argv, std::FILE* file, std::int
   return true;
 }
 
-bool read_signal(std::FILE* file) {
-  for (int v = 0; v < kSignalValues; ++v) {
-    if (std::fscanf(file, "%f", &input_buffer[v]) != 1) return false;
-    std::fgetc(file);  // one separator, whatever it is
+// Reads numbers three at a time, each as fscanf("%f") reads it followed by
+// one consumed character, whatever it is.
+class SignalSource {
+ public:
+  explicit SignalSource(const InputFile& file) : stream_(::fdopen(::dup(file.fd()), "rb")) {}
+  ~SignalSource() {
+    if (stream_ != nullptr) std::fclose(stream_);
   }
-  return true;
-}
+  SignalSource(const SignalSource&) = delete;
+  SignalSource& operator=(const SignalSource&) = delete;
 
-void print_reading_error(std::FILE* file, const char* file_name) {
-  if (std::feof(file)) {
-    std::printf("Error: incompatibility between required and number of data in file %s !\n",
-                file_name);
-  } else {
-    std::printf("Error in reading file %s !\n", file_name);
+  bool read(float* signal) {
+    if (stream_ == nullptr) return false;
+    for (int v = 0; v < kSignalValues; ++v) {
+      if (std::fscanf(stream_, "%f", &signal[v]) != 1) return false;
+      std::fgetc(stream_);
+    }
+    return true;
   }
+  // True when the last read met the end of the file.
+  bool at_end() const { return stream_ != nullptr && std::feof(stream_) != 0; }
+
+ private:
+  std::FILE* stream_;
+};
+
+void print_reading_error(const SignalSource& source, const char* file_name) {
+  out().text(source.at_end() ? "Error: incompatibility between required and number of data in file "
+                             : "Error in reading file ");
+  out().text(file_name);
+  out().line(" !");
   print_line("Please check your file.");
   print_reading_error_trailer();
 }
@@ -115,7 +137,11 @@ bool read_array_values(int argc, char** argv) {
   if (count != kSignalValues) {
     print_line(count < kSignalValues ? "Error the number of input data is too small !!!"
                                      : "Error the number of input data is too large !!!");
-    std::printf("Number of input data: %d, instead of %d\n", count, kSignalValues);
+    out().text("Number of input data: ");
+    out().decimal(count);
+    out().text(", instead of ");
+    out().decimal(kSignalValues);
+    out().character('\n');
     return false;
   }
   for (int v = 0; v < kSignalValues; ++v) {
@@ -124,34 +150,36 @@ bool read_array_values(int argc, char** argv) {
   return true;
 }
 
-std::int32_t count_lines(std::FILE* file) {
+std::int32_t count_lines(int fd) {
   char block[1 << 16];
   std::int64_t newlines = 0;
-  std::size_t got;
-  while ((got = std::fread(block, 1, sizeof block, file)) > 0) {
-    for (const char* p = block; (p = static_cast<const char*>(std::memchr(p, '\n', got - (p - block)))) != nullptr; ++p) {
+  for (;;) {
+    const ssize_t got = ::read(fd, block, sizeof block);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    const char* const end = block + got;
+    for (const char* p = block; (p = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)))) != nullptr; ++p) {
       ++newlines;
     }
   }
-  std::clearerr(file);
-  std::fseek(file, 0, SEEK_SET);
+  ::lseek(fd, 0, SEEK_SET);
   return newlines > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(newlines);
 }
 
 int read_signal_file(Command command, int argc, char** argv) {
   input_arg_index = 3;
   const char* file_name = argv[input_arg_index];
-  FileHandle file = open_input_file(file_name, "file");
-  if (!file) return 1;
+  InputFile file;
+  if (!file.open(file_name, "file")) return 1;
 
   const bool learning = command == Command::learn;
   std::int32_t& first = learning ? learn_first_line : detect_first_line;
   std::int32_t& last = learning ? learn_last_line : detect_last_line;
   if (argc == 4) {
     first = 1;
-    line_count = count_lines(file.get());
+    line_count = count_lines(file.fd());
     last = line_count;
-  } else if (!apply_range_options(command, argv, file.get(), first, last)) {
+  } else if (!apply_range_options(command, argv, file, first, last)) {
     return 1;
   }
 
@@ -159,10 +187,11 @@ int read_signal_file(Command command, int argc, char** argv) {
   print_report_head(learning ? ReportStatus::learning : ReportStatus::detection, &sensitivity,
                     ReportInput::file, file_name);
   print_results_open();
+  SignalSource source(file);
   bool closed = false;
   for (std::int32_t i = 0; i < last; ++i) {
-    if (!read_signal(file.get())) {
-      print_reading_error(file.get(), file_name);
+    if (!source.read(input_buffer)) {
+      print_reading_error(source, file_name);
       return 1;
     }
     if (i < first - 1) continue;  // lines before the range are read and discarded
@@ -175,6 +204,7 @@ int read_signal_file(Command command, int argc, char** argv) {
       print_results_close();
       closed = true;
     }
+    if (out().failed()) return 1;  // the report is lost: no point reading on
   }
   // A range without any signal (a file without a newline) still closes its
   // results, so that the report stays well-formed.

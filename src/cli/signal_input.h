@@ -4,7 +4,6 @@
 // limited by --begin and --end).
 
 #include <cstdint>
-#include <cstdio>
 
 #include "cli/messages.h"
 
@@ -14,9 +13,9 @@ namespace vtl {
 // float). A wrong count prints its message and returns false.
 bool read_array_values(int argc, char** argv);
 
-// Counts the newline characters of an open file, then rewinds it. Counts past
-// the largest 32-bit value stop there.
-std::int32_t count_lines(std::FILE* file);
+// Counts the newline characters from the descriptor's position to its end, then
+// rewinds it to the start. Counts past the largest 32-bit value stop there.
+std::int32_t count_lines(int fd);
 
 // Opens the file named by argv[3], applies the range options, prints the report
 // while it learns or rates every signal of the range, and closes the file.

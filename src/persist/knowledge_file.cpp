@@ -6,26 +6,19 @@
 
 namespace vtl {
 
-namespace {
+static_assert(kKnowledgeFileSize == 4 * kKnowledgeValues, "a knowledge is 72 floats");
 
-bool read_value(std::FILE* file, float* value) {
-  std::uint8_t bytes[4];
-  if (std::fread(bytes, 1, sizeof bytes, file) != sizeof bytes) return false;
-  *value = get_f32(bytes);
-  return true;
-}
-
-}  // namespace
-
-std::uint8_t import_knowledge_file(std::FILE* file, std::int32_t* learned_total) {
-  float value = 0.0f;
+std::uint8_t import_knowledge_file(const std::uint8_t* bytes, std::size_t length,
+                                   std::int32_t* learned_total) {
+  const std::size_t whole_values = length / 4;
   for (unsigned position = 0; position < kKnowledgeModelValues; ++position) {
-    if (!read_value(file, &value)) return 1;
-    store_knowledge_value(position, value);
+    if (position >= whole_values) return 1;
+    store_knowledge_value(position, get_f32(bytes + 4 * position));
     if (position == 0) *learned_total = static_cast<std::int32_t>(learn_count);
   }
   for (unsigned position = kKnowledgeModelValues; position < kKnowledgeValues; ++position) {
-    if (!read_value(file, &value) || !knowledge_signature_matches(position, value)) return 1;
+    if (position >= whole_values) return 1;
+    if (!knowledge_signature_matches(position, get_f32(bytes + 4 * position))) return 1;
   }
   return 0;
 }

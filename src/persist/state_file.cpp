@@ -102,24 +102,4 @@ void decode_state(const std::uint8_t* image, std::size_t length, ReportTotals& t
   read.u16(kSmallestCountOffset, smallest_count);
 }
 
-bool save_state(std::FILE* file, const ReportTotals& totals) {
-  std::uint8_t image[kStateFileSize];
-  encode_state(totals, image);
-  const bool written = std::fwrite(image, 1, kStateFileSize, file) == kStateFileSize;
-  return written && std::fflush(file) == 0;
-}
-
-void load_state(std::FILE* file, ReportTotals& totals) {
-  std::uint8_t image[kStateFileSize];
-  std::size_t length = 0;
-  // fread may return short counts before the end (pipes); keep reading until
-  // the end of the file or an error.
-  while (length < kStateFileSize) {
-    const std::size_t got = std::fread(image + length, 1, kStateFileSize - length, file);
-    if (got == 0) break;
-    length += got;
-  }
-  decode_state(image, length, totals);
-}
-
 }  // namespace vtl

@@ -15,7 +15,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
 namespace vtl {
 
@@ -35,12 +34,5 @@ void encode_state(const ReportTotals& totals, std::uint8_t* image);
 // engine's globals and the totals; the others keep their values (a field cut
 // off by the end counts as absent).
 void decode_state(const std::uint8_t* image, std::size_t length, ReportTotals& totals);
-
-// Writes the 216 bytes at the file's current position; true when all of them
-// were written and flushed.
-bool save_state(std::FILE* file, const ReportTotals& totals);
-// Reads up to 216 bytes from the file's current position; bytes beyond 216 are
-// ignored.
-void load_state(std::FILE* file, ReportTotals& totals);
 
 }  // namespace vtl

@@ -1,0 +1,101 @@
+#include "cli/output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace vtl {
+
+namespace {
+
+Output the_output;
+
+// Writes all of [data, data + size) to fd; 0, or the errno of the failure.
+int write_all(int fd, const char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = ::write(fd, data, size);
+    if (written < 0) {
+      if (errno == EINTR) continue;
+      return errno;
+    }
+    if (written == 0) return EIO;
+    data += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return 0;
+}
+
+}  // namespace
+
+Output& out() { return the_output; }
+
+void Output::decimal(std::int32_t value) {
+  char digits[12];
+  char* end = digits + sizeof digits;
+  char* p = end;
+  // Works on the magnitude as unsigned, so that the smallest value has one.
+  std::uint32_t magnitude = value < 0 ? 0u - static_cast<std::uint32_t>(value)
+                                      : static_cast<std::uint32_t>(value);
+  do {
+    *--p = static_cast<char>('0' + magnitude % 10);
+    magnitude /= 10;
+  } while (magnitude != 0);
+  if (value < 0) *--p = '-';
+  text(std::string_view(p, static_cast<std::size_t>(end - p)));
+}
+
+void Output::fixed2(float value) {
+  // %.2f of the largest float has 39 digits before the point.
+  char digits[64];
+  const int length = std::snprintf(digits, sizeof digits, "%.2f", static_cast<double>(value));
+  if (length > 0) text(std::string_view(digits, static_cast<std::size_t>(length)));
+}
+
+void Output::text_slow(std::string_view s) {
+  while (!s.empty()) {
+    if (used_ == kBufferSize) drain();
+    const std::size_t room = kBufferSize - used_;
+    const std::size_t part = s.size() < room ? s.size() : room;
+    std::memcpy(buffer_ + used_, s.data(), part);
+    used_ += part;
+    s.remove_prefix(part);
+  }
+}
+
+void Output::drain() {
+  if (error_ == 0) error_ = write_all(fd_, buffer_, used_);
+  used_ = 0;
+}
+
+bool Output::flush() {
+  drain();
+  return error_ == 0;
+}
+
+void Output::fail(int error_number) {
+  if (error_ == 0) error_ = error_number;
+}
+
+void Output::redirect(int fd) { fd_ = fd; }
+
+void Output::reset() {
+  used_ = 0;
+  error_ = 0;
+}
+
+void report_output_failure(int error_number) {
+  char line[256];
+  const int length = std::snprintf(line, sizeof line,
+                                   "Error: could not write to standard output (%s) !\n",
+                                   std::strerror(error_number));
+  if (length > 0) {
+    const std::size_t size =
+        static_cast<std::size_t>(length) < sizeof line ? static_cast<std::size_t>(length)
+                                                       : sizeof line - 1;
+    write_all(2, line, size);
+  }
+}
+
+}  // namespace vtl

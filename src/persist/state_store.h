@@ -1,0 +1,81 @@
+#pragma once
+// Where the state file lives and how it is replaced, safely against crashes,
+// full disks and other invocations running at the same time.
+//
+// - Serialized: every invocation holds an advisory lock (flock) on the
+//   directory that holds the state file from before it loads until after it
+//   saved, so that concurrent invocations behave as if run one after another.
+//   Readers share the lock; writers hold it alone. Waiting is silent. No lock
+//   file is made.
+// - Atomic: a save writes the new state into a temporary file in the same
+//   directory, syncs it and renames it over the state file, so the old file is
+//   intact until the rename. The temporary file is anonymous while it is
+//   written (O_TMPFILE); it gets the name ".<name>.tmp" only for the moment
+//   before the rename, and a name left by a killed process is removed by the
+//   next save. The new file keeps the old one's permissions and, where
+//   allowed, its owner.
+// - Only regular files: a state file that is a FIFO, a directory, a device or
+//   a socket is refused without ever blocking on it.
+// - Symbolic links are followed: the linked file is replaced atomically in its
+//   own directory (and that directory is the one locked); the link stays.
+//
+// Nothing is allocated: paths live in fixed buffers.
+
+#include <sys/stat.h>
+
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+
+namespace vtl {
+
+class StateStore {
+ public:
+  enum class Lock { shared, exclusive };
+
+  explicit StateStore(const char* name);
+  ~StateStore();
+  StateStore(const StateStore&) = delete;
+  StateStore& operator=(const StateStore&) = delete;
+
+  // Waits for the directory lock. Without a usable directory (or a link chain
+  // that cannot be followed) it goes on unlocked; opening and saving then
+  // report the problem.
+  void lock(Lock kind);
+
+  // Opens the existing state file for reading (and checks that it could be
+  // written, when for_update is set, as an update handle would). False when it
+  // is missing, cannot be opened that way, or is not a regular file.
+  bool open_existing(bool for_update);
+  // Reads up to `capacity` bytes from the start of the opened file; returns
+  // how many there were.
+  std::size_t read_start(std::uint8_t* image, std::size_t capacity);
+
+  // Writes `size` bytes, and when keep_tail is set every byte of the opened
+  // file after the first `size`, into a synced temporary file. False (nothing
+  // left behind) when the state file cannot be replaced: not a regular file,
+  // not writable, or a full disk.
+  bool prepare(const std::uint8_t* image, std::size_t size, bool keep_tail);
+  // Renames the prepared file over the state file. False if that failed (the
+  // old file is then untouched and the temporary file removed).
+  bool commit();
+  // Drops a prepared file that will not be committed.
+  void abandon();
+
+ private:
+  bool resolve(const char* name);
+  bool write_tail(int to, std::size_t from) const;
+  bool link_prepared();
+
+  char target_[PATH_MAX] = {};  // the state file, links followed
+  char dir_[PATH_MAX] = {};     // its directory
+  char temp_[PATH_MAX] = {};    // the temporary name
+  bool resolved_ = false;
+  int dir_fd_ = -1;
+  int file_fd_ = -1;      // the existing state file
+  int prepared_fd_ = -1;  // the new content
+  bool prepared_named_ = false;
+  bool prepared_linked_ = false;
+};
+
+}  // namespace vtl
