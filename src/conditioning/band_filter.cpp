@@ -31,13 +31,14 @@ void run_plan(const float* input, float* work, float fs, const FilterCall* calls
 }
 
 // The calls of the plan for the two norm routines, or 0 when there is nothing
-// left to do: after writing the pass-through result (the norm of the first
-// three values, or of all n when there are fewer), or when the taps are not ready.
+// left to do: after writing the pass-through result, or when the taps are not
+// ready. Without a filter the device writes the norm of exactly the first three
+// values, whatever n is, so the caller's source must hold three.
 std::uint8_t plan_or_pass_norm(const float* source, std::uint32_t n, float* destination, float fs,
                                float f_upper, float f_lower, FilterCall* calls) {
   const std::uint8_t count = plan_band_filter(fs, f_upper, f_lower, calls);
   if (count == 0) {
-    norm_into_scratch(source, n < 3 ? n : 3);
+    norm_into_scratch(source, 3);
     destination[0] = value_scratch;
     return 0;
   }

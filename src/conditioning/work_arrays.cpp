@@ -17,8 +17,10 @@ struct WorkArray {
   std::uint32_t capacity;
 };
 
-// What the setters last installed. The public pointers are compared with these,
-// so a pointer changed by hand is never trusted with a capacity it lacks.
+// What the setters last installed, with its capacity. Device code assigns the
+// public pointers directly and promises arrays large enough, as on the device;
+// such an array is trusted. Only an array that came through a setter is checked
+// against the capacity handed in with it.
 WorkArray installed_frame{library_frame, kFrameArrayCapacity};
 WorkArray installed_spectrum{library_spectrum, kFrameArrayCapacity};
 WorkArray installed_peak_spectrum{library_peak_spectrum, kFrameArrayCapacity};
@@ -62,17 +64,24 @@ void use_library_work_arrays() {
   set_fir_taps(nullptr, 0);
 }
 
+namespace {
+
+// A null array holds nothing; an assigned one what its owner promised.
+bool holds(const float* array, const WorkArray& installed, std::uint32_t n) {
+  if (array == nullptr) return false;
+  return array != installed.array || n <= installed.capacity;
+}
+
+}  // namespace
+
 bool frame_arrays_hold(std::uint32_t n) {
-  return frame_buffer == installed_frame.array && spectrum_buffer == installed_spectrum.array &&
-         n <= installed_frame.capacity;
+  return holds(frame_buffer, installed_frame, n) && holds(spectrum_buffer, installed_spectrum, n);
 }
 
 float* peak_spectrum_array(std::uint32_t n) {
   return n <= installed_peak_spectrum.capacity ? installed_peak_spectrum.array : nullptr;
 }
 
-bool fir_taps_ready() {
-  return fir_taps == installed_taps.array && installed_taps.capacity >= kFirTaps;
-}
+bool fir_taps_ready() { return holds(fir_taps, installed_taps, kFirTaps); }
 
 }  // namespace vtl

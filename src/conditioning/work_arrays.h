@@ -13,11 +13,12 @@
 // array) refer to static arrays of the library sized for the largest frame:
 // 32768 floats each for the frame, spectrum and peak spectrum arrays, and 65 for
 // the taps. A caller may hand in arrays of its own, with their capacity in
-// floats, through the setters below; a null pointer gives the library's own
-// arrays back. Change the pointers only through the setters: a routine that
-// finds a pointer that was not set this way, or arrays too small for the current
-// N (or vector_length, or for the 65 taps), refuses and writes nothing at all,
-// so nothing is ever read or written outside an array.
+// floats, through the setters below (a null pointer gives the library's own
+// arrays back); a routine then refuses, writing nothing at all, when those
+// arrays are too small for the current N (or vector_length, or for the 65
+// taps). Device code may also simply assign the pointers
+// (`vtl::frame_buffer = my_frame;`), promising N floats (65 taps) as on the
+// device: an assigned array is trusted, a null one refused.
 
 #include <cstdint>
 
@@ -46,12 +47,12 @@ void set_fir_taps(float* taps, std::uint32_t capacity);
 void use_library_work_arrays();
 
 // Checks made by the routines before they touch anything.
-// True when frame_buffer and spectrum_buffer are the arrays last set and hold n
-// floats each.
+// True when frame_buffer and spectrum_buffer are set and hold n floats each
+// (known only for arrays handed in through a setter).
 bool frame_arrays_hold(std::uint32_t n);
 // The peak spectrum array when it holds n floats, else null.
 float* peak_spectrum_array(std::uint32_t n);
-// True when fir_taps is the array last set and holds 65 floats.
+// True when fir_taps is set and holds 65 floats (as far as known).
 bool fir_taps_ready();
 
 }  // namespace vtl

@@ -51,11 +51,13 @@ TEST_F(BandFilteredValues, NormsPassThroughAndOneValueFiltered) {
   vector_norm_to_slot(src, 3, out);
   vector_norm_to_slot(src, -4, out + 1);
   expect_values({5, 0}, out);
-  // Pass-through takes the norm of the first three values, never reading past n.
+  // Pass-through takes the norm of exactly the first three values, whatever n is.
   filtered_norm(src, 4, work, out, 100, 50, 0);
   filtered_samples(src, 1, work, out + 1, 100, 50, 0);
   filtered_first_sample(src, work, out + 2, 100, 50, 0);
-  expect_values({5, 3, 3, kUntouched}, out);  // out[3] is work[0], left alone
+  expect_values({5, 5, 3, kUntouched}, out);  // out[3] is work[0], left alone
+  filtered_norm(src, 1, work, out, 100, 50, 0);
+  EXPECT_FLOAT_BITS(5.0f, out[0]);
 
   // One value minus its own mean is 0: each low-pass call adds the value back,
   // high- and band-pass calls add 0, into a work[0] cleared first.
@@ -78,9 +80,15 @@ TEST_F(BandFilteredValues, FiltersOnlyWithAReadyTapArray) {
   filtered_first_sample(one, work, out + 1, 100, 30, 10);
   EXPECT_FLOAT_BITS(kUntouched, out[1]);
   set_fir_taps(nullptr, 0);
-  fir_taps = taps;  // set by hand: its capacity is unknown
+  float device_taps[kFirTaps] = {};
+  fir_taps = device_taps;  // assigned by hand, as device code does: trusted with 65 taps
   filtered_samples(one, 1, work, out + 2, 100, 30, 10);
-  EXPECT_FLOAT_BITS(kUntouched, out[2]);
+  EXPECT_FLOAT_BITS(0.0f, out[2]);  // one sample minus its mean, band-passed
+  EXPECT_NEAR(0.4f, device_taps[32], 1e-6f);
+  fir_taps = nullptr;
+  float refused = kUntouched;
+  filtered_samples(one, 1, work, &refused, 100, 30, 10);
+  EXPECT_FLOAT_BITS(kUntouched, refused);
 }
 
 }  // namespace

@@ -88,10 +88,25 @@ TEST_F(SpectrumPeaks, FramesChainThroughTheFrameArray) {
   set_frame_length(4);  // more than the arrays hold
   band_peak_accumulated(ones.data(), 2, peaks.data() + 300, out, 2, 1, 0);
   set_frame_arrays(nullptr, nullptr, 0);
-  frame_buffer = frame;  // set by hand: refused
+  frame_buffer = nullptr;  // no array at all: refused
   band_peak_per_frame(ones.data(), 2, peaks.data() + 300, out, 2, 1, 0);
   expect_values({kUntouched, kUntouched}, out);
   EXPECT_FLOAT_BITS(kUntouched, peaks[300]);
+}
+
+TEST_F(SpectrumPeaks, ArraysAssignedByHandAreTrustedWithTheFrame) {
+  // Device code assigns the pointers and promises N floats each.
+  float frame[4] = {0, 0, 0, 0};
+  float spectrum[4] = {7, 7, 7, 7};
+  frame_buffer = frame;
+  spectrum_buffer = spectrum;
+  set_frame_length(4);
+  const float input[] = {2};
+  float accumulator[2] = {0, 0};
+  band_peak_accumulated(input, 1, accumulator, out, 4, 2, 0);
+  // Frame (2, 0, 0, 0): a flat spectrum of 2 x 2 / 4 = 1 in both bins.
+  expect_values({1, 1}, accumulator);
+  EXPECT_FLOAT_BITS(1.0f, out[0]);
 }
 
 TEST_F(SpectrumPeaks, SingleFramePeakStartsAtTheFirstMagnitude) {
