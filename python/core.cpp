@@ -107,16 +107,12 @@ class Engine {
     return from_state_bytes(reinterpret_cast<const std::uint8_t*>(image.data()), image.size());
   }
 
+  // Reads the file with the emulator's own loader.
   static Engine load(const std::string& path) {
     File file = open_for_reading(path);
-    std::uint8_t image[kStateFileSize];
-    std::size_t length = 0;
-    {
-      py::gil_scoped_release unlocked;
-      length = std::fread(image, 1, kStateFileSize, file.get());
-    }
-    if (std::ferror(file.get())) raise_os_error(EIO, path);
-    return from_state_bytes(image, length);
+    Engine engine(NoInit{});
+    engine.run([&] { load_state(file.get(), engine.totals_); });
+    return engine;
   }
 
   py::bytes to_bytes() {
@@ -169,6 +165,7 @@ class Engine {
     return similarities;
   }
 
+ private:
   // Reads this engine's snapshot or totals under the lock.
   template <typename Getter>
   auto read(Getter getter) {
@@ -176,6 +173,7 @@ class Engine {
     return getter();
   }
 
+ public:
   float sensitivity() {
     return read([this] { return snapshot_.sensitivity; });
   }

@@ -1,6 +1,7 @@
 """The vantelo command: python3 -m vantelo SUBCOMMAND ..."""
 
 import argparse
+import os
 import sys
 
 import numpy as np
@@ -38,14 +39,13 @@ view, e.g.
 """
 
 
-def _signal_reader(path):
-    with Progress(1, f"reading {path}") as bar:
-        return read_signals(path, lambda done, size: (setattr(bar, "total", max(size, 1)),
-                                                      bar.update(done)))
+def _read_with_progress(path):
+    with Progress(os.path.getsize(path), f"reading {path}") as bar:
+        return read_signals(path, lambda done, size: bar.update(done))
 
 
 def _read_all(paths):
-    pieces = [_signal_reader(path) for path in paths]
+    pieces = [_read_with_progress(path) for path in paths]
     return np.concatenate(pieces) if pieces else np.zeros((0, 3), np.float32)
 
 
