@@ -35,3 +35,27 @@ measure() {
 measure "learn $lines signals" vtl_anomalydetection_learn --file signals.csv
 measure "detect $lines signals" vtl_anomalydetection_detect --file signals.csv
 measure "detect lines 500001-510000" vtl_anomalydetection_detect --file signals.csv --begin 500001 --end 510000
+
+# The same run through the Python module, when it is built: the state it saves
+# must be the emulator's, byte for byte.
+python=${VTL_PYTHON:-/usr/bin/python3}
+if [ -f "$root/build/python/vantelo/__init__.py" ] && [ -x "$python" ]; then
+  PYTHONPATH="$root/build/python" "$python" - <<'PY'
+import time
+import vantelo
+
+start = time.perf_counter()
+signals = vantelo.read_signals("signals.csv")
+read = time.perf_counter()
+engine = vantelo.Engine()
+engine.learn(signals)
+learned = time.perf_counter()
+engine.detect(signals)
+detected = time.perf_counter()
+engine.detect(signals[500000:510000])
+print(f"python: read_signals {read - start:.2f} s, learn {learned - read:.2f} s, "
+      f"detect {detected - learned:.2f} s ({len(signals)} signals)")
+with open("Vantelo.dat", "rb") as f:
+    print("python: saved state equals the emulator's:", engine.to_bytes() == f.read())
+PY
+fi

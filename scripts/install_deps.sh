@@ -1,7 +1,14 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, the packages the build needs, and only those missing.
 # Sourced by demo.sh and test.sh.
-vtl_required_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev)
+vtl_required_packages=(
+  g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev
+  python3-dev         # /usr/bin/python3 and its headers, which the vantelo extension builds against
+  pybind11-dev        # binds the engine library to Python (headers and its CMake package)
+  python3-numpy       # signal arrays in and similarity arrays out of the Python module
+  python3-matplotlib  # the pictures of vantelo plot and vantelo sweep (Agg, no display)
+  python3-pytest      # runs tests/python, the checks of the module and the command
+)
 
 vtl_install_missing() {
   local missing=()
