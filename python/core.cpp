@@ -107,12 +107,17 @@ class Engine {
     return from_state_bytes(reinterpret_cast<const std::uint8_t*>(image.data()), image.size());
   }
 
-  // Reads the file with the emulator's own loader.
+  // Reads the first 216 bytes (or fewer) and decodes them as the emulator does.
   static Engine load(const std::string& path) {
     File file = open_for_reading(path);
-    Engine engine(NoInit{});
-    engine.run([&] { load_state(file.get(), engine.totals_); });
-    return engine;
+    std::uint8_t image[kStateFileSize];
+    std::size_t length = 0;
+    while (length < sizeof image) {
+      const std::size_t got = std::fread(image + length, 1, sizeof image - length, file.get());
+      if (got == 0) break;
+      length += got;
+    }
+    return from_state_bytes(image, length);
   }
 
   py::bytes to_bytes() {

@@ -34,7 +34,7 @@ void run_plan(const float* input, float* work, float fs, const FilterCall* calls
 // left to do: after writing the pass-through result, or when the taps are not
 // ready. Without a filter the device writes the norm of exactly the first three
 // values, whatever n is, so the caller's source must hold three.
-std::uint8_t plan_or_pass_norm(const float* source, std::uint32_t n, float* destination, float fs,
+std::uint8_t plan_or_pass_norm(const float* source, float* destination, float fs,
                                float f_upper, float f_lower, FilterCall* calls) {
   const std::uint8_t count = plan_band_filter(fs, f_upper, f_lower, calls);
   if (count == 0) {
@@ -76,7 +76,7 @@ void vector_norm_to_slot(const float* source, std::int32_t n, float* destination
 void filtered_norm(const float* source, std::uint32_t n, float* work, float* destination, float fs,
                    float f_upper, float f_lower) {
   FilterCall calls[kMaxFilterCalls];
-  const std::uint8_t count = plan_or_pass_norm(source, n, destination, fs, f_upper, f_lower, calls);
+  const std::uint8_t count = plan_or_pass_norm(source, destination, fs, f_upper, f_lower, calls);
   if (count == 0) return;
   norm_into_scratch(source, n);
   run_plan(&value_scratch, work, fs, calls, count);
@@ -86,7 +86,7 @@ void filtered_norm(const float* source, std::uint32_t n, float* work, float* des
 void filtered_samples(const float* source, std::uint32_t n, float* work, float* destination,
                       float fs, float f_upper, float f_lower) {
   FilterCall calls[kMaxFilterCalls];
-  const std::uint8_t count = plan_or_pass_norm(source, n, destination, fs, f_upper, f_lower, calls);
+  const std::uint8_t count = plan_or_pass_norm(source, destination, fs, f_upper, f_lower, calls);
   if (count == 0) return;
   for (std::uint32_t i = 0; i < n; ++i) {
     value_scratch = source[i];

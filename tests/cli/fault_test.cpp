@@ -230,7 +230,7 @@ TEST(Faults, KillDuringEverySavingCommandLeavesTheOldOrTheNewState) {
     int kills_here = 0;
     bool saw_old = false;
     bool saw_new = false;
-    for (int attempt = 0; attempt < 600 && kills_here < 110; ++attempt) {
+    for (int attempt = 0; attempt < 1000 && kills_here < 110; ++attempt) {
       dir.write("Vantelo.dat", old_state);
       const int status =
           run_and_kill(dir, command, Stdout::file, std::chrono::microseconds(delay(random)));
