@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
   vtl::ReportTotals totals;
   totals.learned = static_cast<std::int32_t>(normal.size());
   vtl::encode_state(totals, image);
-  vtl::vtl_anomalydetection_init();  // forget the model ...
+  vtl::vtl_anomalydetection_init();                // forget the model ...
   vtl::decode_state(image, sizeof image, totals);  // ... and take it back
 
   vtl::vtl_anomalydetection_set_sensitivity(sensitivity);

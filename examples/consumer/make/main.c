@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
   fclose(file);
 
   vtl_state_save(image, &totals);
-  vtl_anomalydetection_init(); /* forget the model ... */
+  vtl_anomalydetection_init();                  /* forget the model ... */
   vtl_state_load(image, sizeof image, &totals); /* ... and take it back */
 
   vtl_anomalydetection_set_sensitivity(argc == 4 ? (float)strtod(argv[3], NULL) : 1.0f);
