@@ -61,6 +61,16 @@ done
 readelf -d "$prefix/$libdir/libvantelo.so.1.0.0" | grep -q 'SONAME.*\[libvantelo\.so\.1\]' ||
   fail "the shared library's soname is not libvantelo.so.1"
 
+step "every installed header compiles from the installed tree alone"
+(cd "$prefix/include/vantelo" && find . -name '*.h' | sort | sed 's|^\./\(.*\)|#include "\1"|') \
+  >"$work/all_headers.cpp"
+"$cxx" -std=c++20 -fsyntax-only -I"$prefix/include" -I"$prefix/include/vantelo" \
+  "$work/all_headers.cpp" || fail "the installed C++ headers do not compile"
+echo '#include <vantelo/vantelo.h>' >"$work/c_header.c"
+"$cc" -std=c99 -pedantic-errors -fsyntax-only -I"$prefix/include" "$work/c_header.c" ||
+  fail "the installed C header is not C99"
+echo "$(grep -c include "$work/all_headers.cpp") headers"
+
 step "the installed emulator rates the sample signals"
 mkdir "$work/emulator"
 (
