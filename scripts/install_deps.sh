@@ -2,7 +2,7 @@
 # Installs, with apt-get, the packages the build needs, and only those missing.
 # Sourced by demo.sh and test.sh.
 vtl_required_packages=(
-  g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev
+  gcc g++ make pkgconf cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev
   python3-dev         # /usr/bin/python3 and its headers, which the vantelo extension builds against
   pybind11-dev        # binds the engine library to Python (headers and its CMake package)
   python3-numpy       # signal arrays in and similarity arrays out of the Python module

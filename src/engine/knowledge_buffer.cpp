@@ -8,6 +8,11 @@
 
 namespace vtl {
 
+// The model positions: the count, two selectors, five values per slot (53
+// being the first position after the table) and four of learning bookkeeping.
+static_assert(3 + 5 * kClusterSlots == 53);
+static_assert(53 + 4 == kKnowledgeModelValues);
+
 namespace {
 
 template <typename Int>

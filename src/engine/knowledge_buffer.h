@@ -29,6 +29,10 @@ inline constexpr float kKnowledgeSignature[kKnowledgeSignatureValues] = {
     8.0f, 3.0f, 1.0f, 0.0f, 0.0f, 0.0f, 100.0f, 0.0f, 0.0f, 0.0f, 1000000.0f, 0.0f, 10.0f, 21.0f,
     1.0f};
 
+static_assert(kKnowledgeModelValues + kKnowledgeSignatureValues == kKnowledgeValues);
+// A knowledge file holds the 72 values as 4-byte floats: 288 bytes.
+static_assert(sizeof(float) == 4 && kKnowledgeValues * sizeof(float) == 288);
+
 std::int64_t truncate_to_int64(float value);
 std::int32_t truncate_to_int32(float value);
 

@@ -17,6 +17,21 @@ constexpr std::size_t kFilledSlotsOffset = 212;
 constexpr std::size_t kSmallestSlotOffset = 213;
 constexpr std::size_t kSmallestCountOffset = 214;
 
+// The layout follows from the types of the fields it packs: a change of type
+// must move the offsets, or the file stops being the device's.
+static_assert(4 * sizeof(std::int32_t) + sizeof(sensitivity) + sizeof(init_done) +
+                  sizeof(learn_count) + sizeof(frame_length) + sizeof(vector_length) +
+                  sizeof(measure_primary) + sizeof(measure_secondary) ==
+              kClusterBlockOffset);
+static_assert(sizeof(ClusterRecord::center) + sizeof(ClusterRecord::radius) +
+                  sizeof(ClusterRecord::count) ==
+              kClusterBlockSize);
+static_assert(kClusterBlockOffset + kClusterBlockSize * kClusterSlots == kSpareSlotOffset);
+static_assert(kFilledSlotsOffset == kSpareSlotOffset + sizeof(spare_slot));
+static_assert(kSmallestSlotOffset == kFilledSlotsOffset + sizeof(filled_slots));
+static_assert(kSmallestCountOffset == kSmallestSlotOffset + sizeof(smallest_count_slot));
+static_assert(kSmallestCountOffset + sizeof(smallest_count) == kStateFileSize);
+
 // Reads fields in file order from a possibly short image.
 class FieldReader {
  public:

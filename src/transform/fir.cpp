@@ -36,7 +36,9 @@ float tap_at(FilterType type, float fc1, float fc2, float k) {
 bool overlaps(const float* a, std::int32_t na, const float* b, std::int32_t nb) {
   const auto a0 = reinterpret_cast<std::uintptr_t>(a);
   const auto b0 = reinterpret_cast<std::uintptr_t>(b);
-  return na > 0 && nb > 0 && a0 < b0 + sizeof(float) * nb && b0 < a0 + sizeof(float) * na;
+  // The lengths are positive where they are converted.
+  return na > 0 && nb > 0 && a0 < b0 + sizeof(float) * static_cast<std::size_t>(nb) &&
+         b0 < a0 + sizeof(float) * static_cast<std::size_t>(na);
 }
 
 // One output element, adding its products one at a time in signal order. When
