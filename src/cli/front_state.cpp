@@ -22,6 +22,16 @@ std::int32_t current_line = 0;
 std::uint8_t similarity = 0;
 float input_buffer[3] = {0.0f, 0.0f, 0.0f};
 
+void reset_front_state() {
+  learned_total = detected_total = nominal_total = anomaly_total = 0;
+  detected_now = nominal_now = anomaly_now = 0;
+  input_arg_index = 0;
+  learn_first_line = learn_last_line = detect_first_line = detect_last_line = 0;
+  line_count = current_line = 0;
+  similarity = 0;
+  input_buffer[0] = input_buffer[1] = input_buffer[2] = 0.0f;
+}
+
 ReportTotals report_totals() {
   return {learned_total, detected_total, nominal_total, anomaly_total};
 }

@@ -35,6 +35,10 @@ inline void increment_counter(std::int32_t& counter) {
   counter = static_cast<std::int32_t>(static_cast<std::uint32_t>(counter) + 1u);
 }
 
+// Every variable above back to its process-start value (for running the front
+// end more than once in one process, as the fuzzers do).
+void reset_front_state();
+
 // The four totals as the state file carries them, and back.
 ReportTotals report_totals();
 void set_report_totals(const ReportTotals& totals);

@@ -9,23 +9,23 @@ namespace {
 constexpr const char* kLearnUsage[] = {
     "\tvtl_anomalydetection_learn --file filename --begin line --end line",
     "\tvtl_anomalydetection_learn --file filename",
-    "\tvtl_anomalydetection_learn --array value1 value2 ... valueN (where value1 to valueN are "
-    "the values of the input buffer)",
+    ("\tvtl_anomalydetection_learn --array value1 value2 ... valueN (where value1 to valueN are "
+     "the values of the input buffer)"),
 };
 
 constexpr const char* kDetectUsage[] = {
     "\tvtl_anomalydetection_detect --file filename --begin line --end line",
     "\tvtl_anomalydetection_detect --file filename",
-    "\tvtl_anomalydetection_detect --array value1 value2 ... valueN (where value1 to valueN are "
-    "the values of the input buffer)",
+    ("\tvtl_anomalydetection_detect --array value1 value2 ... valueN (where value1 to valueN are "
+     "the values of the input buffer)"),
 };
 
 // This block spells the command without the second t, as users have always seen it.
 constexpr const char* kBareDetectUsage[] = {
     "\tvtl_anomalydetecion_detect --file filename --begin line --end line",
     "\tvtl_anomalydetecion_detect --file filename",
-    "\tvtl_anomalydetecion_detect --array value1 value2 ... valueN (where value1 to valueN are "
-    "the values of the input buffer)",
+    ("\tvtl_anomalydetecion_detect --array value1 value2 ... valueN (where value1 to valueN are "
+     "the values of the input buffer)"),
 };
 
 }  // namespace

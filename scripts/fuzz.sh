@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets (fuzz preset: clang, ASan + UBSan, every library
+# instrumented for coverage) and runs each one, starting from its seed corpus in
+# fuzz/corpus/<target>, for a given time or number of executions.
+# Usage: scripts/fuzz.sh [seconds per target] [target ...]
+#        VTL_FUZZ_RUNS=N scripts/fuzz.sh 0 [target ...]   (N executions instead)
+# New inputs that raise coverage go to build-fuzz/corpus/<target>, not into the
+# repository; a crash stops the script with the input that caused it.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD  # absolute paths: the harnesses work in a directory of their own
+seconds=${1:-20}
+shift || true
+targets=("$@")
+[ ${#targets[@]} -gt 0 ] || targets=(dispatcher signal_file state_file knowledge_file engine)
+for target in "${targets[@]}"; do
+  [ -f "fuzz/fuzz_$target.cpp" ] || { echo "no fuzz target '$target'"; exit 2; }
+done
+
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j "$(nproc 2>/dev/null || echo 2)" \
+  $(printf -- '--target fuzz_%s ' "${targets[@]}") >/dev/null
+
+for target in "${targets[@]}"; do
+  corpus=$root/build-fuzz/corpus/$target
+  mkdir -p "$corpus" "$root/build-fuzz/artifacts"
+  limit=(-max_total_time="$seconds")
+  [ -n "${VTL_FUZZ_RUNS:-}" ] && limit=(-runs="$VTL_FUZZ_RUNS")
+  log=build-fuzz/fuzz_$target.log
+  start=$(date +%s)
+  if ! "build-fuzz/fuzz/fuzz_$target" "${limit[@]}" -timeout=10 -rss_limit_mb=2048 \
+       -artifact_prefix="$root/build-fuzz/artifacts/" "$corpus" "$root/fuzz/corpus/$target" >"$log" 2>&1; then
+    tail -40 "$log"
+    echo "fuzz_$target: FAILED (log: $log)"
+    exit 1
+  fi
+  runs=$(grep -Eo 'Done [0-9]+ runs' "$log" | grep -Eo '[0-9]+' || echo '?')
+  cov=$(grep -Eo 'cov: [0-9]+' "$log" | tail -1 | grep -Eo '[0-9]+' || echo '?')
+  echo "fuzz_$target: $runs executions in $(( $(date +%s) - start )) s, coverage $cov, clean"
+done
