@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "base/exact_float.h"
+
 namespace vtl {
 
 // pi as the nearest single-precision value, 3.1415927.

@@ -7,6 +7,8 @@
 #include <bit>
 #include <cstdint>
 
+#include "base/exact_float.h"
+
 namespace vtl {
 
 namespace detail {

@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+#include "base/exact_float.h"
+
 namespace vtl {
 
 void vector_sum_squares(const float* v, std::uint32_t n, float* out);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/exact_float.h"
 #include "cli/front_state.h"
 #include "cli/input_file.h"
 #include "cli/messages.h"
@@ -321,6 +322,8 @@ void prepare_process() {
   }
   // A reader that went away is reported like any other output error.
   std::signal(SIGPIPE, SIG_IGN);
+  // Undo flush-to-zero, in case a library built with -ffast-math turned it on.
+  use_exact_float_environment();
 }
 
 }  // namespace vtl

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "base/exact_float.h"
+
 namespace vtl {
 
 inline constexpr std::uint32_t status_ok = 0;
