@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
+#include <cmath>
+
 #include "base/exact_float.h"
 #include "test_util.h"
 
