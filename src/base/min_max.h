@@ -1,7 +1,7 @@
 #pragma once
 // Minimum and maximum with one answer on every compiler and optimisation level.
 // They keep the C rule for NaN (a number wins over a NaN; two NaNs give the
-// first) and settle what the C functions leave open, the sign of a zero result:
+// second) and settle what the C functions leave open, the sign of a zero result:
 // the minimum of -0 and +0 is -0, the maximum is +0, in either order.
 
 #include <bit>

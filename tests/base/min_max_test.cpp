@@ -24,8 +24,8 @@ TEST(MinMax, ANumberWinsOverANaNInEitherPosition) {
   EXPECT_FLOAT_BITS(-3.0f, float_max(kNaN, -3.0f));
   EXPECT_FLOAT_BITS(-3.0f, float_max(-3.0f, kNaN));
   EXPECT_EQ(0.5, double_max(0.5, static_cast<double>(kNaN)));
-  EXPECT_EQ(bits(float_max(from_bits(0x7FC00001u), from_bits(0x7FC00002u))), 0x7FC00001u)
-      << "two NaNs give the first";
+  EXPECT_EQ(bits(float_max(from_bits(0x7FC00001u), from_bits(0x7FC00002u))), 0x7FC00002u)
+      << "two NaNs give the second";
 }
 
 TEST(MinMax, TheSignOfAZeroResultIsTheSameInEitherOrder) {
