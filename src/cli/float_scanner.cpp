@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace vtl {
@@ -50,8 +51,46 @@ constexpr float kExactPowersOfTen[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f,
                                        1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
 constexpr int kMaxExactPower = 10;
 constexpr std::uint64_t kMaxExactMantissa = std::uint64_t{1} << 24;
-constexpr int kMaxFastDigits = 19;          // significant digits a uint64 holds
-constexpr std::ptrdiff_t kMaxFastLength = 48;  // longer tokens take the general path
+constexpr int kMaxFastDigits = 19;  // digits a uint64 holds
+
+constexpr std::uint64_t kIntegerPowersOfTen[] = {1,         10,         100,        1000,
+                                                 10000,     100000,     1000000,    10000000,
+                                                 100000000};
+
+// The value of eight digit values, one per byte, the first in the lowest byte.
+std::uint64_t eight_digits_value(std::uint64_t values) {
+  values = values * 10 + (values >> 8);  // pairs
+  constexpr std::uint64_t kMask = 0x000000ff000000ff;
+  constexpr std::uint64_t kHigh = 100 + (std::uint64_t{1000000} << 32);
+  constexpr std::uint64_t kLow = 1 + (std::uint64_t{10000} << 32);
+  return ((values & kMask) * kHigh + ((values >> 16) & kMask) * kLow) >> 32;
+}
+
+// Appends the digits from p on to mantissa (wrapping past 19 digits) and
+// returns the first byte after them; eight bytes at a time while eight are
+// buffered.
+const unsigned char* add_digits(const unsigned char* p, const unsigned char* end,
+                                std::uint64_t& mantissa) {
+  if constexpr (std::endian::native == std::endian::little) {
+    while (end - p >= 8) {
+      std::uint64_t word;
+      std::memcpy(&word, p, sizeof word);
+      // A digit byte becomes 0..9, which sets no high bit either alone or plus
+      // 0x76; any other byte sets one. Bytes below '0' borrow from the bytes
+      // after them, which are dropped anyway.
+      const std::uint64_t values = word - 0x3030303030303030;
+      const std::uint64_t others = (values | (values + 0x7676767676767676)) & 0x8080808080808080;
+      const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
+      if (count == 0) return p;
+      mantissa = mantissa * kIntegerPowersOfTen[count] +
+                 eight_digits_value(values << (64 - 8 * count));  // leading zero digits
+      p += count;
+      if (count < 8) return p;
+    }
+  }
+  for (; p != end && is_digit(*p); ++p) mantissa = mantissa * 10 + (*p - '0');
+  return p;
+}
 
 // Mantissa times a power of ten, when both are exact floats: one correctly
 // rounded operation (Clinger). Otherwise fast_float reads the token text.
@@ -70,37 +109,34 @@ float decimal_value(std::uint64_t mantissa, int exponent, const unsigned char* t
   return result;
 }
 
-// Reads a decimal number of at most kMaxFastLength bytes and kMaxFastDigits
-// significant digits that lies in the buffered bytes together with the byte
-// that ends it. Returns false when the general path must read the token; the
-// reader has then consumed white space at most.
+// Reads a decimal number with at most kMaxFastDigits mantissa digits that lies
+// in the buffered bytes together with the byte that ends it. Returns false when
+// the general path must read the token; the reader has then consumed white
+// space at most.
 bool scan_short_decimal(ByteReader& in, float* value) {
   const unsigned char* p = in.ahead();
-  const unsigned char* end = in.ahead_end();
+  const unsigned char* const end = in.ahead_end();
   while (p != end && (kClasses[*p] & kSpace) != 0) ++p;
   in.skip_to(p);
-  if (end - p > kMaxFastLength) end = p + kMaxFastLength;
   if (p == end) return false;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') ++p;
   const unsigned char* const text = p;
   if (p != end && *p == '0' && (p + 1 == end || lower(p[1]) == 'x')) return false;
 
-  std::uint64_t mantissa = 0;  // wraps past kMaxFastDigits, which are then refused
-  int digits = 0;
-  int significant = 0;
+  std::uint64_t mantissa = 0;  // integer parts are short: byte by byte
+  for (; p != end && is_digit(*p); ++p) mantissa = mantissa * 10 + (*p - '0');
+  std::ptrdiff_t digits = p - text;
   int exponent = 0;
-  for (; p != end && is_digit(*p); ++p, ++digits) {
-    mantissa = mantissa * 10 + (*p - '0');
-    significant += mantissa != 0;
-  }
-  if (p != end && *p == '.') {
-    for (++p; p != end && is_digit(*p); ++p, ++digits, --exponent) {
-      mantissa = mantissa * 10 + (*p - '0');
-      significant += mantissa != 0;
-    }
+  if (p != end && *p == '.') {  // fractions are longer: eight bytes at a time
+    const unsigned char* const fraction = ++p;
+    p = add_digits(p, end, mantissa);
+    if (p - fraction > kMaxFastDigits) return false;
+    exponent = static_cast<int>(fraction - p);
+    digits -= exponent;
   }
   if (digits == 0) return false;  // failures, "inf", "nan": the general path
+  if (digits > kMaxFastDigits) return false;
 
   if (p != end && lower(*p) == 'e') {
     ++p;
@@ -112,7 +148,7 @@ bool scan_short_decimal(ByteReader& in, float* value) {
     }
     exponent += negative_exponent ? -power : power;
   }
-  if (p == end || significant > kMaxFastDigits) return false;
+  if (p == end) return false;  // the token may go on past the buffered bytes
   in.skip_to(p);
   store(value, decimal_value(mantissa, exponent, text, p), negative);
   return true;
