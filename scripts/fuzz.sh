@@ -12,7 +12,7 @@ root=$PWD  # absolute paths: the harnesses work in a directory of their own
 seconds=${1:-20}
 shift || true
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(dispatcher signal_file state_file knowledge_file engine)
+[ ${#targets[@]} -gt 0 ] || targets=(dispatcher signal_file state_file knowledge_file engine float_scanner)
 for target in "${targets[@]}"; do
   [ -f "fuzz/fuzz_$target.cpp" ] || { echo "no fuzz target '$target'"; exit 2; }
 done
@@ -26,6 +26,7 @@ for target in "${targets[@]}"; do
   mkdir -p "$corpus" "$root/build-fuzz/artifacts"
   limit=(-max_total_time="$seconds")
   [ -n "${VTL_FUZZ_RUNS:-}" ] && limit=(-runs="$VTL_FUZZ_RUNS")
+  [ -f "fuzz/$target.dict" ] && limit+=(-dict="$root/fuzz/$target.dict")
   log=build-fuzz/fuzz_$target.log
   start=$(date +%s)
   if ! "build-fuzz/fuzz/fuzz_$target" "${limit[@]}" -timeout=10 -rss_limit_mb=2048 \

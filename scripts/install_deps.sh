@@ -3,6 +3,7 @@
 # Sourced by demo.sh and test.sh.
 vtl_required_packages=(
   gcc g++ make pkgconf cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev
+  libfast-float-dev   # fast_float: correctly rounded decimal-to-float conversion of signal files
   python3-dev         # /usr/bin/python3 and its headers, which the vantelo extension builds against
   pybind11-dev        # binds the engine library to Python (headers and its CMake package)
   python3-numpy       # signal arrays in and similarity arrays out of the Python module
