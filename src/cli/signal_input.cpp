@@ -4,10 +4,10 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "cli/float_scanner.h"
 #include "cli/front_state.h"
 #include "cli/input_file.h"
 #include "cli/output.h"
@@ -78,33 +78,7 @@ bool apply_range_options(Command command, char** argv, const InputFile& file, st
   return true;
 }
 
-// Reads numbers three at a time, each as fscanf("%f") reads it followed by
-// one consumed character, whatever it is.
-class SignalSource {
- public:
-  explicit SignalSource(const InputFile& file) : stream_(::fdopen(::dup(file.fd()), "rb")) {}
-  ~SignalSource() {
-    if (stream_ != nullptr) std::fclose(stream_);
-  }
-  SignalSource(const SignalSource&) = delete;
-  SignalSource& operator=(const SignalSource&) = delete;
-
-  bool read(float* signal) {
-    if (stream_ == nullptr) return false;
-    for (int v = 0; v < kSignalValues; ++v) {
-      if (std::fscanf(stream_, "%f", &signal[v]) != 1) return false;
-      std::fgetc(stream_);
-    }
-    return true;
-  }
-  // True when the last read met the end of the file.
-  bool at_end() const { return stream_ != nullptr && std::feof(stream_) != 0; }
-
- private:
-  std::FILE* stream_;
-};
-
-void print_reading_error(const SignalSource& source, const char* file_name) {
+void print_reading_error(const ByteReader& source, const char* file_name) {
   out().text(source.at_end() ? "Error: incompatibility between required and number of data in file "
                              : "Error in reading file ");
   out().text(file_name);
@@ -187,10 +161,12 @@ int read_signal_file(Command command, int argc, char** argv) {
   print_report_head(learning ? ReportStatus::learning : ReportStatus::detection, &sensitivity,
                     ReportInput::file, file_name);
   print_results_open();
-  SignalSource source(file);
+  // Numbers are read three at a time, each as fscanf("%f") reads it and
+  // followed by one consumed character, whatever it is.
+  ByteReader source(file.fd());
   bool closed = false;
   for (std::int32_t i = 0; i < last; ++i) {
-    if (!source.read(input_buffer)) {
+    if (!read_signal_values(source, input_buffer)) {
       print_reading_error(source, file_name);
       return 1;
     }
