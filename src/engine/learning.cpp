@@ -1,5 +1,7 @@
 #include "engine/learning.h"
 
+#include <bit>
+
 #include "distance/measure.h"
 
 namespace vtl {
@@ -19,11 +21,63 @@ struct SlotPair {
   std::uint8_t b;
 };
 
+// The pair distances of the last pass and the centers and selectors they were
+// measured with. A pass measures again only the pairs that involve a center
+// that changed since (the new signal in the spare slot, the survivor of a
+// merge), and takes the others from here: the same values, since a distance
+// depends on nothing but the two centers and the selectors. Centers are
+// compared bit for bit, so anything that changed the model in between (a load,
+// a knowledge import, a caller writing the table) is noticed.
+struct PairCache {
+  bool valid = false;
+  std::uint8_t first_selector = 0;
+  std::uint8_t second_selector = 0;
+  std::uint32_t center_bits[kClusterSlots][kSignalLength] = {};
+  float distance[kPairCount] = {};
+};
+
+PairCache pair_cache;
+
+std::uint32_t bits_of(float x) { return std::bit_cast<std::uint32_t>(x); }
+
+// Marks the slots whose centers differ from those the cache was measured with
+// (all of them when the cache cannot be used), and takes the current centers.
+void find_changed_centers(bool* changed) {
+  const bool usable = pair_cache.valid && pair_cache.first_selector == measure_secondary &&
+                      pair_cache.second_selector == measure_primary;
+  for (unsigned k = 0; k < kClusterSlots; ++k) {
+    changed[k] = !usable;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      const std::uint32_t now = bits_of(cluster_table[k].center[c]);
+      changed[k] = changed[k] || pair_cache.center_bits[k][c] != now;
+      pair_cache.center_bits[k][c] = now;
+    }
+  }
+  pair_cache.valid = true;
+  pair_cache.first_selector = measure_secondary;
+  pair_cache.second_selector = measure_primary;
+}
+
+bool writes_workspace(std::uint8_t selector) { return selector != 3 && selector != 4; }
+
+// What measuring the last pair, (8, 9), leaves in the workspace: the absolute
+// coordinate differences when either measure is element-wise, else nothing.
+void leave_last_pair_workspace() {
+  if (!writes_workspace(measure_secondary) && !writes_workspace(measure_primary)) return;
+  for (unsigned c = 0; c < kSignalLength; ++c) {
+    float difference = cluster_table[8].center[c] - cluster_table[9].center[c];
+    if (difference < 0.0f) difference = -difference;
+    distance_workspace[c] = difference;
+  }
+}
+
 // Tracks the smallest count of the non-spare slots, records every pair
 // distance and returns the closest pair: the first pair of the scan among
 // equal distances, and a NaN distance never replaces the record (except the
 // first pair's, which stays the record for the whole pass).
 SlotPair scan_pairs() {
+  bool changed[kClusterSlots];
+  find_changed_centers(changed);
   SlotPair closest{0, 1};
   for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
     if (i != spare_slot && cluster_table[i].count < smallest_count) {
@@ -31,15 +85,22 @@ SlotPair scan_pairs() {
       smallest_count_slot = i;
     }
     for (std::uint8_t j = i + 1; j < kClusterSlots; ++j) {
-      const float d = measure_distance(1, measure_secondary, measure_primary, cluster_table[i].center,
-                                       cluster_table[j].center, distance_workspace, kSignalLength);
-      pair_distance[pair_index(i, j) & 0xFFFFu] = d;
+      const std::uint32_t index = pair_index(i, j) & 0xFFFFu;
+      if (changed[i] || changed[j]) {
+        pair_cache.distance[index] =
+            measure_distance(1, measure_secondary, measure_primary, cluster_table[i].center,
+                             cluster_table[j].center, distance_workspace, kSignalLength);
+      }
+      const float d = pair_cache.distance[index];
+      pair_distance[index] = d;
       if ((i == 0 && j == 1) || closest_distance > d) {
         closest_distance = d;
         closest = {i, j};
       }
     }
   }
+  // The workspace as measuring the last pair would have left it.
+  if (!changed[8] && !changed[9]) leave_last_pair_workspace();
   return closest;
 }
 
@@ -52,6 +113,8 @@ void empty_slot(ClusterRecord* slot) {
   slot->center[1] = kEmptySlotCenter;
   slot->center[2] = kEmptySlotCenter;
 }
+
+void forget_pair_distances() { pair_cache.valid = false; }
 
 void learning_update(const float* signal) {
   if (filled_slots < kTableFull) {

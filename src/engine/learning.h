@@ -16,8 +16,14 @@ namespace vtl {
 inline constexpr std::uint16_t kLargeClusterAbove = 50;
 inline constexpr std::uint16_t kKeepSmallestAbove = 19;
 
-// Folds one signal (3 floats, read only) into the model.
+// Folds one signal (3 floats, read only) into the model. The pass over all
+// pairs measures again only the pairs whose centers changed since the last
+// pass; every result is the same as measuring all 45.
 void learning_update(const float* signal);
+
+// Makes the next pass measure all 45 pairs (the results do not change; tests
+// compare the two ways).
+void forget_pair_distances();
 
 // Merges b into a (a survives, b gets the empty-slot marker); returns 1.
 // A count sum above 65535 is kept at 65535.
