@@ -1,23 +1,8 @@
 #include "base/vector_primitives.h"
 
-#include <cmath>
-
 #include "base/constants.h"
 
 namespace vtl {
-
-void vector_sum_squares(const float* v, std::uint32_t n, float* out) {
-  if (n == 0) {
-    *out = 0.0f;
-    return;
-  }
-  float acc = v[0] * v[0];
-  *out = acc;
-  for (std::uint32_t i = 1; i < n; ++i) {
-    acc = acc + v[i] * v[i];
-    *out = acc;
-  }
-}
 
 void vector_mean(const float* v, std::uint32_t n, float* out) {
   if (n == 0) {
@@ -46,14 +31,6 @@ void find_max(const float* v, std::uint32_t n, float* out_value, std::uint32_t* 
       *out_value = v[i];
       *out_index = i;
     }
-  }
-}
-
-void sqrt_or_zero(float* out, float x) {
-  if (x >= 0.0f) {
-    *out = std::sqrt(x);
-  } else {
-    *out = 0.0f;  // negative or NaN
   }
 }
 

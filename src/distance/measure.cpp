@@ -5,7 +5,7 @@
 #include "base/constants.h"
 #include "distance/correlation.h"
 #include "distance/cosine_ratio.h"
-#include "distance/vector_distance.h"
+#include "distance/element_wise.h"
 
 namespace vtl {
 
@@ -25,19 +25,24 @@ float absolute_correlation_distance(const float* x, const float* y, std::uint32_
   return static_cast<float>(1.0 - std::fabs(static_cast<double>(r)));
 }
 
+// vector_distance for its element-wise kinds, without the call.
+float element_wise(DistanceKind kind, const float* x, const float* y, float* work, std::uint32_t n) {
+  return n == 0 ? 0.0f : detail::element_wise_distance(kind, x, y, work, n);
+}
+
 float one_measure(std::uint8_t selector, const float* x, const float* y, float* work,
                   std::uint32_t n) {
   switch (selector) {
     case 0:
-      return vector_distance(DIST_CHEBYSHEV, x, y, work, n);
+      return element_wise(DIST_CHEBYSHEV, x, y, work, n);
     case 1:
-      return vector_distance(DIST_MANHATTAN, x, y, work, n);
+      return element_wise(DIST_MANHATTAN, x, y, work, n);
     case 3:
       return absolute_correlation_distance(x, y, n);
     case 4:
       return angle(x, y, n);
     default:
-      return vector_distance(DIST_EUCLIDEAN, x, y, work, n);
+      return element_wise(DIST_EUCLIDEAN, x, y, work, n);
   }
 }
 

@@ -47,12 +47,4 @@ std::int32_t engine_reset_keep_measures() {
   return 1;
 }
 
-std::uint32_t pair_index(std::uint8_t i, std::uint8_t j) {
-  const std::uint32_t a = i;
-  const std::uint32_t b = j;
-  if (a > b) return a * (a - 1) / 2 + b;
-  if (a < b) return b * (b - 1) / 2 + a;
-  return 0;
-}
-
 }  // namespace vtl

@@ -44,7 +44,13 @@ void engine_reset();
 std::int32_t engine_reset_keep_measures();
 
 // Position of the unordered slot pair (i, j) in pair_distance; 0 when i == j.
-std::uint32_t pair_index(std::uint8_t i, std::uint8_t j);
+inline std::uint32_t pair_index(std::uint8_t i, std::uint8_t j) {
+  const std::uint32_t a = i;
+  const std::uint32_t b = j;
+  if (a > b) return a * (a - 1) / 2 + b;
+  if (a < b) return b * (b - 1) / 2 + a;
+  return 0;
+}
 
 // Slot numbers loaded from a state or knowledge file are not checked there; every
 // use as a table index goes through this, which maps numbers beyond the table to
