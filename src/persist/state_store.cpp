@@ -117,6 +117,7 @@ bool StateStore::open_existing(bool for_update) {
     return false;
   }
   file_fd_ = fd;
+  opened_for_update_ = for_update;
   return true;
 }
 
@@ -151,10 +152,13 @@ bool StateStore::prepare(const std::uint8_t* image, std::size_t size, bool keep_
   const bool exists = ::stat(target_, &old) == 0;
   if (exists) {
     if (!S_ISREG(old.st_mode)) return false;
-    // Only a file that could be written in place may be replaced.
-    const int probe = retry_open(target_, O_WRONLY | O_NONBLOCK);
-    if (probe < 0) return false;
-    ::close(probe);
+    // Only a file that could be written in place may be replaced (an update
+    // handle, when there is one, has shown that already).
+    if (!opened_for_update_) {
+      const int probe = retry_open(target_, O_WRONLY | O_NONBLOCK);
+      if (probe < 0) return false;
+      ::close(probe);
+    }
   } else if (errno != ENOENT) {
     return false;
   }
@@ -205,7 +209,6 @@ bool StateStore::commit() {
   prepared_named_ = false;
   prepared_linked_ = false;
   close_fd(prepared_fd_);
-  if (dir_fd_ >= 0) ::fsync(dir_fd_);  // the rename itself reaches the disk
   return true;
 }
 

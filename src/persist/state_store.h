@@ -73,6 +73,7 @@ class StateStore {
   bool resolved_ = false;
   int dir_fd_ = -1;
   int file_fd_ = -1;      // the existing state file
+  bool opened_for_update_ = false;
   int prepared_fd_ = -1;  // the new content
   bool prepared_named_ = false;
   bool prepared_linked_ = false;
