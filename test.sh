@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Builds a Release build and an AddressSanitizer + UndefinedBehaviorSanitizer
-# build, and runs every test on both. Exits non-zero when anything fails.
+# build and runs every test on both; then the warnings gate (gcc and clang),
+# two corners of the build matrix, and each fuzzer for a short while.
+# Exits non-zero when anything fails.
 set -euo pipefail
 cd "$(dirname "$0")"
 source scripts/install_deps.sh
@@ -14,4 +16,10 @@ for preset in release sanitize; do
   echo "=== $preset: tests"
   ctest --preset "$preset" -j "$jobs"
 done
-echo "=== all tests passed on the release and sanitizer builds"
+echo "=== warnings gate"
+scripts/check_warnings.sh
+echo "=== build matrix corners"
+scripts/build_matrix.sh gcc:O0:x86-64 clang:O3:x86-64-v3
+echo "=== fuzzers, ${VTL_CI_FUZZ_SECONDS:-20} s each"
+scripts/fuzz.sh "${VTL_CI_FUZZ_SECONDS:-20}"
+echo "=== all tests passed"

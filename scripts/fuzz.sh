@@ -21,21 +21,42 @@ cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz -j "$(nproc 2>/dev/null || echo 2)" \
   $(printf -- '--target fuzz_%s ' "${targets[@]}") >/dev/null
 
-for target in "${targets[@]}"; do
-  corpus=$root/build-fuzz/corpus/$target
+run_target() {
+  local target=$1
+  local corpus=$root/build-fuzz/corpus/$target
   mkdir -p "$corpus" "$root/build-fuzz/artifacts"
-  limit=(-max_total_time="$seconds")
+  local limit=(-max_total_time="$seconds")
   [ -n "${VTL_FUZZ_RUNS:-}" ] && limit=(-runs="$VTL_FUZZ_RUNS")
   [ -f "fuzz/$target.dict" ] && limit+=(-dict="$root/fuzz/$target.dict")
-  log=build-fuzz/fuzz_$target.log
+  local log=build-fuzz/fuzz_$target.log
+  local start
   start=$(date +%s)
   if ! "build-fuzz/fuzz/fuzz_$target" "${limit[@]}" -timeout=10 -rss_limit_mb=2048 \
        -artifact_prefix="$root/build-fuzz/artifacts/" "$corpus" "$root/fuzz/corpus/$target" >"$log" 2>&1; then
     tail -40 "$log"
     echo "fuzz_$target: FAILED (log: $log)"
-    exit 1
+    return 1
   fi
+  local runs cov
   runs=$(grep -Eo 'Done [0-9]+ runs' "$log" | grep -Eo '[0-9]+' || echo '?')
   cov=$(grep -Eo 'cov: [0-9]+' "$log" | tail -1 | grep -Eo '[0-9]+' || echo '?')
   echo "fuzz_$target: $runs executions in $(( $(date +%s) - start )) s, coverage $cov, clean"
+}
+
+# As many targets at a time as there are cores.
+jobs=${VTL_FUZZ_JOBS:-$(nproc 2>/dev/null || echo 2)}
+status=0
+running=0
+for target in "${targets[@]}"; do
+  run_target "$target" &
+  running=$((running + 1))
+  if [ "$running" -ge "$jobs" ]; then
+    wait -n || status=1
+    running=$((running - 1))
+  fi
 done
+while [ "$running" -gt 0 ]; do
+  wait -n || status=1
+  running=$((running - 1))
+done
+exit $status

@@ -29,14 +29,14 @@ enum : std::uint8_t { kSpace = 1, kDigit = 2 };
 
 constexpr std::array<std::uint8_t, 256> make_classes() {
   std::array<std::uint8_t, 256> classes{};
-  for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'}) classes[c] = kSpace;
-  for (int c = '0'; c <= '9'; ++c) classes[c] = kDigit;
+  for (const std::size_t c : {0x20u, 0x09u, 0x0Au, 0x0Bu, 0x0Cu, 0x0Du}) classes[c] = kSpace;  // " \t\n\v\f\r"
+  for (std::size_t c = '0'; c <= '9'; ++c) classes[c] = kDigit;
   return classes;
 }
 constexpr std::array<std::uint8_t, 256> kClasses = make_classes();
 
 // These take a byte or kEnd.
-bool is_space(int c) { return c != kEnd && (kClasses[c] & kSpace) != 0; }
+bool is_space(int c) { return c != kEnd && (kClasses[static_cast<std::size_t>(c)] & kSpace) != 0; }
 bool is_digit(int c) { return c >= '0' && c <= '9'; }
 int lower(int c) { return c | 0x20; }  // ASCII letters only; nothing else maps onto them
 
@@ -262,7 +262,7 @@ class HexMantissa {
       bits = bits << 4 | 1;
       exponent -= 4;
     }
-    const int width = std::bit_width(bits);
+    const int width = static_cast<int>(std::bit_width(bits));
     if (exponent + width - 1 >= 128) return kInfinity;
     if (exponent + width <= -150) return 0.0f;
     char text[48];
