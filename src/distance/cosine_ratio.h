@@ -12,17 +12,26 @@ namespace vtl::detail {
 // 0.0 in index order, the norm of x before that of y (a NaN sum of squares
 // gives a norm of 0), the product of the norms before the quotient. A zero
 // vector, or n == 0, gives 0/0 = NaN.
-inline float cosine_ratio(const float* x, const float* y, std::uint32_t n) {
+// The Euclidean norm as the cosine takes it.
+inline float norm_of(const float* x, std::uint32_t n) {
+  float sum = 0.0f;
+  float norm = 0.0f;
+  vector_sum_squares(x, n, &sum);
+  sqrt_or_zero(&norm, sum);
+  return norm;
+}
+
+// The cosine when the two norms are known already.
+inline float cosine_from_norms(const float* x, const float* y, std::uint32_t n, float nx, float ny) {
   float dot = 0.0f;
   for (std::uint32_t i = 0; i < n; ++i) dot = dot + x[i] * y[i];
-  float sum = 0.0f;
-  float nx = 0.0f;
-  float ny = 0.0f;
-  vector_sum_squares(x, n, &sum);
-  sqrt_or_zero(&nx, sum);
-  vector_sum_squares(y, n, &sum);
-  sqrt_or_zero(&ny, sum);
   return dot / (nx * ny);
+}
+
+inline float cosine_ratio(const float* x, const float* y, std::uint32_t n) {
+  const float nx = norm_of(x, n);
+  const float ny = norm_of(y, n);
+  return cosine_from_norms(x, y, n, nx, ny);
 }
 
 }  // namespace vtl::detail

@@ -11,8 +11,15 @@ namespace vtl {
 
 namespace {
 
-float angle(const float* x, const float* y, std::uint32_t n) {
-  const float cosine = detail::cosine_ratio(x, y, n);
+// The norms of x and y, when the caller knows them already.
+struct KnownNorms {
+  float x;
+  float y;
+};
+
+float angle(const float* x, const float* y, std::uint32_t n, const KnownNorms* norms) {
+  const float cosine = norms != nullptr ? detail::cosine_from_norms(x, y, n, norms->x, norms->y)
+                                        : detail::cosine_ratio(x, y, n);
   // Rounding can push the cosine of (anti)parallel vectors just past +-1.
   // Both tests are ordered, so a NaN cosine goes on to acosf and stays NaN.
   if (cosine < -1.0f) return kPi;
@@ -31,7 +38,7 @@ float element_wise(DistanceKind kind, const float* x, const float* y, float* wor
 }
 
 float one_measure(std::uint8_t selector, const float* x, const float* y, float* work,
-                  std::uint32_t n) {
+                  std::uint32_t n, const KnownNorms* norms) {
   switch (selector) {
     case 0:
       return element_wise(DIST_CHEBYSHEV, x, y, work, n);
@@ -40,7 +47,7 @@ float one_measure(std::uint8_t selector, const float* x, const float* y, float* 
     case 3:
       return absolute_correlation_distance(x, y, n);
     case 4:
-      return angle(x, y, n);
+      return angle(x, y, n, norms);
     default:
       return element_wise(DIST_EUCLIDEAN, x, y, work, n);
   }
@@ -50,9 +57,20 @@ float one_measure(std::uint8_t selector, const float* x, const float* y, float* 
 
 float measure_distance(std::uint8_t combine, std::uint8_t measure_a, std::uint8_t measure_b,
                        const float* x, const float* y, float* work, std::uint32_t n) {
-  const float first = one_measure(measure_a, x, y, work, n);
+  const float first = one_measure(measure_a, x, y, work, n, nullptr);
   if (combine == 0) return first;
-  const float second = one_measure(measure_b, x, y, work, n);
+  const float second = one_measure(measure_b, x, y, work, n, nullptr);
+  return first * second;
+}
+
+float angle_norm(const float* x, std::uint32_t n) { return detail::norm_of(x, n); }
+
+float combined_distance_known_norms(std::uint8_t measure_a, std::uint8_t measure_b, const float* x,
+                                    const float* y, float x_norm, float y_norm, float* work,
+                                    std::uint32_t n) {
+  const KnownNorms norms{x_norm, y_norm};
+  const float first = one_measure(measure_a, x, y, work, n, &norms);
+  const float second = one_measure(measure_b, x, y, work, n, &norms);
   return first * second;
 }
 

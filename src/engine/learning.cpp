@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "distance/measure.h"
+#include "engine/center_norms.h"
 
 namespace vtl {
 
@@ -78,6 +79,8 @@ void leave_last_pair_workspace() {
 SlotPair scan_pairs() {
   bool changed[kClusterSlots];
   find_changed_centers(changed);
+  float norms[kClusterSlots];
+  for (unsigned k = 0; k < kClusterSlots; ++k) norms[k] = center_norm(k);
   SlotPair closest{0, 1};
   for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
     if (i != spare_slot && cluster_table[i].count < smallest_count) {
@@ -87,9 +90,9 @@ SlotPair scan_pairs() {
     for (std::uint8_t j = i + 1; j < kClusterSlots; ++j) {
       const std::uint32_t index = pair_index(i, j) & 0xFFFFu;
       if (changed[i] || changed[j]) {
-        pair_cache.distance[index] =
-            measure_distance(1, measure_secondary, measure_primary, cluster_table[i].center,
-                             cluster_table[j].center, distance_workspace, kSignalLength);
+        pair_cache.distance[index] = combined_distance_known_norms(
+            measure_secondary, measure_primary, cluster_table[i].center, cluster_table[j].center,
+            norms[i], norms[j], distance_workspace, kSignalLength);
       }
       const float d = pair_cache.distance[index];
       pair_distance[index] = d;

@@ -4,16 +4,20 @@
 
 #include "base/min_max.h"
 #include "distance/measure.h"
+#include "engine/center_norms.h"
 #include "engine/model.h"
 
 namespace vtl {
 
 float score_similarity(const float* signal, float factor) {
   float best = 0.0f;
-  for (const ClusterRecord& cluster : cluster_table) {
+  const float signal_norm = angle_norm(signal, kSignalLength);
+  for (unsigned k = 0; k < kClusterSlots; ++k) {
+    const ClusterRecord& cluster = cluster_table[k];
     if (cluster.count <= 1) continue;  // single signals, spare and emptied slots
-    const float d = measure_distance(1, measure_primary, measure_secondary, cluster.center, signal,
-                                     distance_workspace, kSignalLength);
+    const float d = combined_distance_known_norms(measure_primary, measure_secondary, cluster.center,
+                                                  signal, center_norm(k), signal_norm,
+                                                  distance_workspace, kSignalLength);
     const float q = cluster.radius / d;
     const float g = 90.0f * (1.0f / factor);
     const float v = g * q;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -171,6 +172,37 @@ TEST(MatrixInvert, ProductWithInverseIsIdentity) {
       double sum = 0.0;  // row r of A times column c of its inverse
       for (int k = 0; k < n; ++k) sum += double(original[r * n + k]) * a[k * n + c];
       EXPECT_NEAR(r == c ? 1.0 : 0.0, sum, 1e-5) << n << "x" << n << " at " << r << "," << c;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vtl
+
+namespace vtl {
+namespace {
+
+TEST(KnownNorms, GiveTheMeasureBitForBitWithTheSameWorkspace) {
+  const float q = std::numeric_limits<float>::quiet_NaN();
+  const float inf = std::numeric_limits<float>::infinity();
+  const std::vector<std::array<float, 3>> vectors = {
+      {1, 0, 0}, {1, 2, 3}, {2, 4, 6}, {0, 0, 0}, {-0.0f, 0, 0}, {1e-40f, -3e-45f, 1e-38f},
+      {q, 1, 2}, {inf, 1, 1}, {3.4e38f, 3.4e38f, 1}, {5.5f, -2.25f, 1000}, {-5.5f, 2.25f, -1000}};
+  for (unsigned a = 0; a < 7; ++a) {
+    for (unsigned b = 0; b < 7; ++b) {
+      for (const auto& x : vectors) {
+        for (const auto& y : vectors) {
+          float work_plain[3] = {7, 7, 7};
+          float work_known[3] = {7, 7, 7};
+          const auto sa = static_cast<std::uint8_t>(a == 6 ? 200 : a);
+          const auto sb = static_cast<std::uint8_t>(b);
+          const float plain = measure_distance(1, sa, sb, x.data(), y.data(), work_plain, 3);
+          const float known = combined_distance_known_norms(
+              sa, sb, x.data(), y.data(), angle_norm(x.data(), 3), angle_norm(y.data(), 3), work_known, 3);
+          ASSERT_EQ(test::bits(plain), test::bits(known)) << "selectors " << a << ", " << b;
+          for (int i = 0; i < 3; ++i) ASSERT_EQ(test::bits(work_plain[i]), test::bits(work_known[i]));
+        }
+      }
     }
   }
 }
