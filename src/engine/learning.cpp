@@ -82,6 +82,7 @@ SlotPair scan_pairs() {
   float norms[kClusterSlots];
   for (unsigned k = 0; k < kClusterSlots; ++k) norms[k] = center_norm(k);
   SlotPair closest{0, 1};
+  float closest_so_far = 0.0f;  // closest_distance, kept local during the scan
   for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
     if (i != spare_slot && cluster_table[i].count < smallest_count) {
       smallest_count = cluster_table[i].count;
@@ -96,12 +97,13 @@ SlotPair scan_pairs() {
       }
       const float d = pair_cache.distance[index];
       pair_distance[index] = d;
-      if ((i == 0 && j == 1) || closest_distance > d) {
-        closest_distance = d;
+      if ((i == 0 && j == 1) || closest_so_far > d) {
+        closest_so_far = d;
         closest = {i, j};
       }
     }
   }
+  closest_distance = closest_so_far;
   // The workspace as measuring the last pair would have left it.
   if (!changed[8] && !changed[9]) leave_last_pair_workspace();
   return closest;
