@@ -4,6 +4,8 @@
 
 namespace vtl {
 
+// Stores the running sum through `out` at every step before the division, as
+// the device does (an `out` inside v sees those stores).
 void vector_mean(const float* v, std::uint32_t n, float* out) {
   if (n == 0) {
     *out = kQuietNaN;

@@ -24,6 +24,9 @@ void vector_scale(const float* src, float* dst, std::uint32_t n, float s);
 float abs_float(float x);
 
 // Inline: the distance measures call these for every pair of a learning pass.
+// The running sum is stored through `out` after every step, as the device
+// does; the result is the same, and an `out` that aliases v then reads the
+// device's values.
 inline void vector_sum_squares(const float* v, std::uint32_t n, float* out) {
   if (n == 0) {
     *out = 0.0f;

@@ -48,7 +48,8 @@ void band_peak_per_frame(const float* input, std::int32_t frame_count, float* ac
 void frame_band_peak(const float* input, float* destination, float fs, float f_upper,
                      float f_lower);
 // The peak of a ready-made spectrum of vector_length bins (floored in place).
-// The first two arguments are not read.
+// The first two arguments are not read: the device's routine shares its
+// argument list with the frame routines, and callers pass them, so they stay.
 void vector_peak(const float* input, std::int32_t frame_count, float* spectrum, float* destination);
 // The same peak written to destination[0 .. count - 1]; the first argument is
 // not read.

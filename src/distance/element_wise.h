@@ -30,6 +30,8 @@ inline float element_wise_distance(DistanceKind kind, const float* x, const floa
   if (kind == DIST_MANHATTAN) {
     float s = work[0];
     for (std::uint32_t i = 1; i < n; ++i) s = s + work[i];
+    // The device divides by n and multiplies back (two roundings), so the
+    // result may differ from the plain sum in the last place; kept as it is.
     const float count = static_cast<float>(n);
     const float q = s / count;
     return count * q;

@@ -76,6 +76,9 @@ bool knowledge_signature_matches(unsigned position, float value) {
   return value == kKnowledgeSignature[position - kKnowledgeModelValues];
 }
 
+// The model is written before the signature is looked at, so a rejected
+// knowledge still replaces the model in memory; the device works this way and
+// marks the engine instead (status 125 blocks detection), which callers see.
 std::uint8_t import_knowledge_buffer(const float* knowledge) {
   for (unsigned position = 0; position < kKnowledgeModelValues; ++position) {
     store_knowledge_value(position, knowledge[position]);

@@ -7,6 +7,10 @@ namespace vtl {
 
 float value_scratch = 0.0f;
 
+// The device stages each value through the one-value scratch and the general
+// copy routine rather than copying directly; the scratch is a global that the
+// conditioning routines share, so after staging it must hold the third value,
+// as on the device.
 void stage_signal(const float* source, float* destination) {
   for (std::uint16_t i = 0; i < 3; ++i) {
     value_scratch = source[i];
@@ -14,6 +18,8 @@ void stage_signal(const float* source, float* destination) {
   }
 }
 
+// Only the first source value is ever copied and the mode is ignored: the
+// device's routine was written for more and does this, and callers rely on it.
 void copy_value(const float* source, float* destination, std::uint16_t index,
                 std::uint16_t count, std::uint16_t /*mode*/) {
   if (count != 0) destination[index] = source[0];
