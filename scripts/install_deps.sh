@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, the packages the build needs, and only those missing.
 # Sourced by demo.sh and test.sh.
-vtl_required_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev)
+vtl_required_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libmpfr-dev libgmp-dev)
 
 vtl_install_missing() {
   local missing=()
