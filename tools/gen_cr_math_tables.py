@@ -4,8 +4,8 @@
   acos: g(x) = acos(x) / sqrt(1 - x) on 64 intervals of [0, 1], each a degree-5
         polynomial (accurate path) and a degree-4 one (fast path), in (x - centre) interpolating g at the Chebyshev nodes.
   sin:  sin(k pi / 128) for k = 0..255 (accurate path), {sin, cos}(k pi / 512)
-        for k = 0..1023 (fast path), and 1/(2 pi) as bits for the reduction of
-        large arguments.
+        for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
+        128 bits of 1/(2 pi) that the reduction of large arguments needs.
   log:  for 512 intervals of [0x3f330000, 2 * 0x3f330000): a reciprocal 1/c with
         24 significant bits and -log(1/c); the two intervals next to 1 use c = 1.
 """
@@ -54,13 +54,15 @@ def sin_cos_fast_table():
     return rows
 
 
-def inv_two_pi_words(nwords=5):
+def inv_two_pi_windows():
+    # x = m 2^e with e = E - 150: the bits of 1/(2 pi) after bit e, i.e.
+    # floor(2^(e + 128) / (2 pi)) mod 2^128, for the biased exponents E = 144..254.
     t = 1 / (2 * mp.pi)
-    bits = int(mp.floor(t * mp.mpf(2) ** (64 * (nwords - 1))))
-    words = [0]  # positions -63..0 of the fraction are zero
-    for j in range(nwords - 1):
-        words.append((bits >> (64 * (nwords - 2 - j))) & (2**64 - 1))
-    return words
+    rows = []
+    for biased in range(144, 255):
+        w = int(mp.floor(t * mp.mpf(2) ** (biased - 150 + 128))) % 2**128
+        rows.append((w >> 64, w & (2**64 - 1)))
+    return rows
 
 
 def f32(bits):
@@ -107,11 +109,11 @@ def main():
     for a, b in sin_cos_fast_table():
         print('    {%s, %s},' % (a, b))
     print('};')
-    print('// Bits of 1/(2 pi), most significant first; word 0 stands for the 64 zero bits')
-    print('// before the binary point so that small exponents can index it too.')
-    print('constexpr std::uint64_t kInvTwoPiBits[5] = {')
-    for w in inv_two_pi_words():
-        print('    0x%016xull,' % w)
+    print('// For x = m 2^(E-150) with biased exponent E = 144..254: the 128 bits of')
+    print('// 1/(2 pi) after bit E-150, {high word, low word}.')
+    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[111][2] = {')
+    for hi, lo in inv_two_pi_windows():
+        print('    {0x%016xull, 0x%016xull},' % (hi, lo))
     print('};')
     print('// log: {1/c, -log(1/c)} for each interval of the reduced argument.')
     print('alignas(16) constexpr double kLogTable[512][2] = {')

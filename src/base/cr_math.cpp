@@ -155,15 +155,8 @@ template <int kBits>
 inline Reduced reduce_large(std::uint32_t ax) {
   using u128 = unsigned __int128;
   const std::uint64_t m = (ax & 0x7fffffu) | 0x800000u;
-  const int e = static_cast<int>(ax >> 23) - 150;
-  const int start = e + 64;  // first wanted bit, counted in kInvTwoPiBits
-  const int w = start >> 6;
-  const int s = start & 63;
-  const std::uint64_t* b = kInvTwoPiBits + w;
-  // (w >> 1) >> (63 - s) is w >> (64 - s) without the undefined shift by 64.
-  const std::uint64_t hi = (b[0] << s) | ((b[1] >> 1) >> (63 - s));
-  const std::uint64_t lo = (b[1] << s) | ((b[2] >> 1) >> (63 - s));
-  const u128 turns = static_cast<u128>(m) * lo + (static_cast<u128>(m * hi) << 64);
+  const std::uint64_t* w = kInvTwoPiWindows[(ax >> 23) - 144];
+  const u128 turns = static_cast<u128>(m) * w[1] + (static_cast<u128>(m * w[0]) << 64);
   constexpr int kShift = 128 - kBits;
   const u128 k = (turns + (static_cast<u128>(1) << (kShift - 1))) >> kShift;
   // The signed remainder, |rest| <= 2^(kShift-1) < 2^120: its high word converts
