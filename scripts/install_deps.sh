@@ -3,6 +3,7 @@
 # Sourced by demo.sh and test.sh.
 vtl_required_packages=(
   gcc g++ make pkgconf cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev
+  libmpfr-dev libgmp-dev  # MPFR: the exhaustive check of the correctly rounded maths (a test tool only)
   libfast-float-dev   # fast_float: correctly rounded decimal-to-float conversion of signal files
   python3-dev         # /usr/bin/python3 and its headers, which the vantelo extension builds against
   pybind11-dev        # binds the engine library to Python (headers and its CMake package)

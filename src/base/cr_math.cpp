@@ -1,0 +1,351 @@
+// Each function first evaluates its result in double with a relative error
+// below about 2^-37 and rounds that to float, unless it lies within
+// kFastTolerance double ulps of a midpoint between two floats (about one input
+// in 500). Those take the accurate path, with an error below about 2^-46
+// and the much smaller kTieTolerance; the rare inputs still too close to a
+// midpoint are looked up in a short table of corrected results
+// (cr_math_corrections.inc), made and checked against MPFR for all 2^32 inputs
+// by tools/cr_math_check.
+#include "base/cr_math.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "base/cr_math_internal.h"
+
+namespace vtl {
+namespace {
+
+#include "base/cr_math_tables.inc"
+
+struct Correction {
+  std::uint32_t input;
+  std::uint32_t result;
+};
+
+#include "base/cr_math_corrections.inc"
+
+// Half the float ulp spans 2^28 double ulps. A fast result within
+// kFastTolerance double ulps of a midpoint goes to the accurate path, an
+// accurate one within kTieTolerance to the correction tables.
+constexpr std::uint32_t kFastTolerance = 1u << 19;
+constexpr std::uint32_t kTieTolerance = 1u << 10;
+constexpr std::uint32_t kMidpointBits = 1u << 28;
+constexpr std::uint32_t kBelowFloatMask = (1u << 29) - 1;
+
+// The IEEE square root, correctly rounded. With SSE2 it is the instruction even
+// without optimisation, where std::sqrt may become a call into libm.
+inline double ieee_sqrt(double x) {
+#if defined(__SSE2__)
+  return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_setzero_pd(), _mm_set_sd(x)));
+#else
+  return std::sqrt(x);
+#endif
+}
+
+inline std::uint32_t float_bits(float x) { return std::bit_cast<std::uint32_t>(x); }
+inline float bits_float(std::uint32_t b) { return std::bit_cast<float>(b); }
+
+inline bool is_near_tie(double y, std::uint32_t tolerance) {
+  const auto below = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(y)) & kBelowFloatMask;
+  return below - kMidpointBits + tolerance <= 2 * tolerance;
+}
+
+// Rounds y to float, taking the result from the table when y is near a tie and
+// the input is listed there.
+template <std::size_t N>
+inline float round_checked(double y, std::uint32_t key, const Correction (&table)[N]) {
+  if (!is_near_tie(y, kTieTolerance)) return static_cast<float>(y);
+  const Correction* end = table + N;
+  const Correction* it = std::lower_bound(
+      table, end, key, [](const Correction& c, std::uint32_t k) { return c.input < k; });
+  if (it != end && it->input == key) return bits_float(it->result);
+  return static_cast<float>(y);
+}
+
+// ---- acos ------------------------------------------------------------------
+
+constexpr double kPi = 0x1.921fb54442d18p+1;
+
+// acos(x) = sqrt(1 - |x|) g(|x|) for x >= 0 and pi minus that for x < 0, where
+// g is smooth on [0, 1]; 1 - |x| is exact, so there is no cancellation near 1.
+// The sign picks the form from a table rather than by a branch, which random
+// signs would mispredict.
+constexpr double kAcosBase[2] = {0.0, kPi};
+constexpr double kAcosSign[2] = {1.0, -1.0};
+
+inline int acos_interval(double ax) {
+  const int i = static_cast<int>(ax * 64.0);
+  return i > 63 ? 63 : i;
+}
+
+inline double acos_combine(std::uint32_t ix, double ax, double g) {
+  const double v = ieee_sqrt(1.0 - ax) * g;
+  const std::uint32_t negative = ix >> 31;
+  return kAcosBase[negative] + kAcosSign[negative] * v;
+}
+
+inline double acos_fast(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const double ax = bits_float(ix & 0x7fffffffu);
+  const double* c = kAcosFast[acos_interval(ax)];
+  const double h = ax - c[0];
+  const double h2 = h * h;
+  const double g = (c[1] + h * c[2]) + h2 * ((c[3] + h * c[4]) + h2 * c[5]);
+  return acos_combine(ix, ax, g);
+}
+
+inline double acos_accurate(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const double ax = bits_float(ix & 0x7fffffffu);
+  const double* c = kAcosPoly[acos_interval(ax)];
+  const double h = ax - c[6];
+  const double h2 = h * h;
+  const double g = (c[0] + h * c[1]) + h2 * ((c[2] + h * c[3]) + h2 * (c[4] + h * c[5]));
+  return acos_combine(ix, ax, g);
+}
+
+// ---- sin -------------------------------------------------------------------
+
+// The argument is reduced to r = x - k pi/N with |r| <= pi/(2N) (a little more
+// when k is rounded the other way), and sin(k pi/N + r) is expanded: the fast
+// path has N = 512 and short series, the accurate path N = 128 and works on |x|.
+constexpr double kOneTwentyEightOverPi = 0x1.45f306dc9c883p+5;
+// pi/128 = kPiA + kPiB + kPiC: A and B have at most 30 significant bits, so
+// k * A and k * B are exact for k < 2^23.
+constexpr double kPiA = 0x1.921fb54000000p-6;
+constexpr double kPiB = 0x1.10b4611800000p-36;
+constexpr double kPiC = 0x1.313198a2e0370p-67;
+constexpr double kPiOver128 = 0x1.921fb54442d18p-6;
+constexpr double kFiveTwelveOverPi = 0x1.45f306dc9c883p+7;
+// pi/512 = kFastPiA + kFastPiB, A with 27 significant bits: k * A is exact for
+// k < 2^26, and the error of k * B stays below 2^-65.
+constexpr double kFastPiA = 0x1.921fb54000000p-8;
+constexpr double kFastPiB = 0x1.10b4611a62633p-38;
+constexpr double kPiOver512 = 0x1.921fb54442d18p-8;
+constexpr double kRoundShift = 0x1.8p52;
+constexpr std::uint32_t kSmallSinLimit = 0x39800000;  // 2^-12
+constexpr std::uint32_t kLargeSinLimit = 0x48000000;  // 2^17
+
+struct Reduced {
+  std::uint32_t k;  // multiple of pi/N
+  double r;
+};
+
+// |x| < 2^17, N = 128: k < 2^23; |x| - k*A is exact, and the rest costs two
+// roundings.
+inline Reduced reduce_medium(double ax) {
+  const double kd = (ax * kOneTwentyEightOverPi + kRoundShift) - kRoundShift;
+  const double r = ((ax - kd * kPiA) - kd * kPiB) - kd * kPiC;
+  return {static_cast<std::uint32_t>(static_cast<std::int64_t>(kd)), r};
+}
+
+// |x| >= 2^17, x = m 2^e with a 24-bit integer m: the fraction of x/(2 pi) is
+// that of m times the 128 bits of 1/(2 pi) just after bit e, which leaves an
+// error below m 2^-128 turns, i.e. below 2^-101 in r.
+// kBits = log2(2N).
+template <int kBits>
+inline Reduced reduce_large(std::uint32_t ax) {
+  using u128 = unsigned __int128;
+  const std::uint64_t m = (ax & 0x7fffffu) | 0x800000u;
+  const std::uint64_t* w = kInvTwoPiWindows[(ax >> 23) - 144];
+  const u128 turns = static_cast<u128>(m) * w[1] + (static_cast<u128>(m * w[0]) << 64);
+  constexpr int kShift = 128 - kBits;
+  const u128 k = (turns + (static_cast<u128>(1) << (kShift - 1))) >> kShift;
+  // The signed remainder, |rest| <= 2^(kShift-1) < 2^120: its high word converts
+  // exactly, and so does its low word without the last 11 bits; the sum is
+  // rounded once, and when rest is small the two words cancel exactly.
+  const auto rest = static_cast<__int128>(turns - (k << kShift));
+  const auto rest_hi = static_cast<std::int64_t>(rest >> 64);
+  const auto rest_lo = static_cast<std::int64_t>(static_cast<std::uint64_t>(rest) >> 11);
+  const double units =
+      static_cast<double>(rest_hi) * 0x1p64 + static_cast<double>(rest_lo) * 0x1p11;
+  constexpr double kUnit = kBits == 8 ? 0x1p-120 * kPiOver128 : 0x1p-118 * kPiOver512;
+  return {static_cast<std::uint32_t>(k), units * kUnit};
+}
+
+// Taylor coefficients; with |r| <= 0.0125 the truncation is below 2^-50 of
+// sin(r) and 2^-47 for cos(r).
+constexpr double kS3 = -0x1.5555555555555p-3;
+constexpr double kS5 = 0x1.1111111111111p-7;
+constexpr double kC2 = -0x1p-1;
+constexpr double kC4 = 0x1.5555555555555p-5;
+
+// |x| < 2^17, N = 512, on x itself: k and r carry the sign, and k modulo 1024
+// still indexes the table.
+inline Reduced reduce_medium_fast(float x) {
+  const double dx = x;
+  const double t = dx * kFiveTwelveOverPi + kRoundShift;
+  const double kd = t - kRoundShift;
+  const double r = (dx - kd * kFastPiA) - kd * kFastPiB;
+  return {static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(t)), r};
+}
+
+// |x| >= 2^17, N = 512: sin(-y) = sin((-k) pi/512 - r). Out of line, so that
+// the common path does not save the registers this one needs.
+[[gnu::noinline]] Reduced reduce_large_fast(std::uint32_t ix) {
+  const Reduced red = reduce_large<10>(ix & 0x7fffffffu);
+  if ((ix >> 31) == 0) return red;
+  return {0u - red.k, -red.r};
+}
+
+// sin(x) for 2^-12 <= |x| < inf; with |r| <= 0.0031 the series leave 2^-40
+// relative in sin(r) and 2^-38 absolute in cos(r).
+inline double sin_fast(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const Reduced red = (ix & 0x7fffffffu) < kLargeSinLimit ? reduce_medium_fast(x)
+                                                          : reduce_large_fast(ix);
+  const double r = red.r;
+  const double* t = kSinCosFast[red.k & 1023];
+  const double sa = t[0];
+  const double u = t[1] * r;
+  const double r2 = r * r;
+  return sa + (u + r2 * (sa * kC2 + u * kS3));
+}
+
+// sin(|x|) for 2^-12 <= |x| < inf.
+inline double sin_abs_accurate(std::uint32_t ax) {
+  const Reduced red = ax < kLargeSinLimit ? reduce_medium(bits_float(ax)) : reduce_large<8>(ax);
+  const double r = red.r;
+  const double sa = kSinTable[red.k & 255];
+  const double ca = kSinTable[(red.k + 64) & 255];
+  const double r2 = r * r;
+  const double sin_r = r + (r * r2) * (kS3 + r2 * kS5);
+  const double cos_r_m1 = r2 * (kC2 + r2 * kC4);
+  return sa + (sa * cos_r_m1 + ca * sin_r);
+}
+
+// ---- log -------------------------------------------------------------------
+
+constexpr std::uint32_t kLogOffset = 0x3f330000;  // about 0.7
+
+// x = 2^k z with z in [0.7, 1.4); z is taken to 1 + r, |r| <= 2^-9, by a table
+// reciprocal 1/c with 24 bits, so z/c - 1 is exact, and
+// log x = k log 2 + log c + log(1 + r), with k log 2 from a table too. Near 1
+// the table has c = 1: log x is then the series alone, with no cancellation.
+struct LogReduced {
+  double base;  // k log 2 + log c
+  double r;
+};
+
+// x positive and normal; k0 is added to its exponent.
+inline LogReduced log_reduce(float x, int k0) {
+  const std::uint32_t ix = float_bits(x);
+  int k = k0;
+  const std::uint32_t tmp = ix - kLogOffset;
+  const std::uint32_t i = (tmp >> 14) & 511;
+  k += static_cast<std::int32_t>(tmp) >> 23;
+  // z as a double straight from its float bits: move the fields, rebias.
+  const std::uint64_t z_bits =
+      (static_cast<std::uint64_t>(ix - (tmp & 0xff800000u)) << 29) + (std::uint64_t{896} << 52);
+  const double z = std::bit_cast<double>(z_bits);
+  return {kLogExponentTable[k + 149] + kLogTable[i][1], z * kLogTable[i][0] - 1.0};
+}
+
+// The series to r^4 leaves less than 2^-38 relative.
+inline double log_fast(float x, int k0) {
+  const LogReduced red = log_reduce(x, k0);
+  const double r = red.r;
+  const double r2 = r * r;
+  return red.base + (r + r2 * ((-0x1p-1 + r * 0x1.5555555555555p-2) + r2 * -0x1p-2));
+}
+
+inline double log_accurate(float x, int k0) {
+  const LogReduced red = log_reduce(x, k0);
+  const double r = red.r;
+  const double r2 = r * r;
+  const double p = r + r2 * ((-0x1p-1 + r * 0x1.5555555555555p-2) +
+                             r2 * (-0x1p-2 + r * 0x1.999999999999ap-3));
+  return red.base + p;
+}
+
+// The accurate paths, for the few inputs whose fast result is near a tie.
+[[gnu::noinline, gnu::cold]] float acos_slow(float x) {
+  return round_checked(acos_accurate(x), float_bits(x), kAcosCorrections);
+}
+[[gnu::noinline, gnu::cold]] float sin_abs_slow(std::uint32_t ax) {
+  return round_checked(sin_abs_accurate(ax), ax, kSinCorrections);
+}
+// key is the bit pattern of the input; x may be that input scaled by 2^-k0.
+[[gnu::noinline, gnu::cold]] float log_slow(float x, int k0, std::uint32_t key) {
+  return round_checked(log_accurate(x, k0), key, kLogCorrections);
+}
+
+// Subnormal inputs: scaled by 2^23 they are normal.
+[[gnu::noinline]] float log_subnormal(float x) {
+  const float scaled = x * 0x1p23f;
+  const double y = log_fast(scaled, -23);
+  return is_near_tie(y, kFastTolerance) ? log_slow(scaled, -23, float_bits(x))
+                                        : static_cast<float>(y);
+}
+
+}  // namespace
+
+float cr_acosf(float x) {
+  const std::uint32_t ax = float_bits(x) & 0x7fffffffu;
+  if (ax > 0x3f800000u) {
+    if (ax > 0x7f800000u) return x + x;  // NaN
+    return std::numeric_limits<float>::quiet_NaN();
+  }
+  const double y = acos_fast(x);
+  return is_near_tie(y, kFastTolerance) ? acos_slow(x) : static_cast<float>(y);
+}
+
+float cr_sinf(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const std::uint32_t ax = ix & 0x7fffffffu;
+  if (ax >= 0x7f800000u) {
+    if (ax > 0x7f800000u) return x + x;  // NaN
+    return std::numeric_limits<float>::quiet_NaN();
+  }
+  // Below 2^-12, x^3/6 is less than a quarter ulp of x: sin x rounds to x.
+  if (ax < kSmallSinLimit) return x;
+  const double y = sin_fast(x);
+  if (!is_near_tie(y, kFastTolerance)) return static_cast<float>(y);
+  return bits_float(float_bits(sin_abs_slow(ax)) ^ (ix & 0x80000000u));
+}
+
+float cr_logf(float x) {
+  const std::uint32_t ix = float_bits(x);
+  if (ix - 0x00800000u >= 0x7f000000u) {  // not a positive normal float
+    if ((ix & 0x7fffffffu) > 0x7f800000u) return x + x;  // NaN
+    if ((ix << 1) == 0) return -std::numeric_limits<float>::infinity();
+    if (ix == 0x7f800000u) return x;
+    if (ix < 0x00800000u) return log_subnormal(x);
+    return std::numeric_limits<float>::quiet_NaN();
+  }
+  const double y = log_fast(x, 0);
+  return is_near_tie(y, kFastTolerance) ? log_slow(x, 0, ix) : static_cast<float>(y);
+}
+
+namespace cr_math_internal {
+
+double acos_estimate(float x) { return acos_accurate(x); }
+double acos_fast_estimate(float x) { return acos_fast(x); }
+
+double sin_estimate(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const double y = sin_abs_accurate(ix & 0x7fffffffu);
+  return (ix >> 31) != 0 ? -y : y;
+}
+double sin_fast_estimate(float x) { return sin_fast(x); }
+
+double log_estimate(float x) {
+  return float_bits(x) < 0x00800000u ? log_accurate(x * 0x1p23f, -23) : log_accurate(x, 0);
+}
+double log_fast_estimate(float x) {
+  return float_bits(x) < 0x00800000u ? log_fast(x * 0x1p23f, -23) : log_fast(x, 0);
+}
+
+bool near_float_tie(double y) { return is_near_tie(y, kTieTolerance); }
+bool near_float_tie_fast(double y) { return is_near_tie(y, kFastTolerance); }
+
+}  // namespace cr_math_internal
+}  // namespace vtl

@@ -1,0 +1,191 @@
+// The exhaustive proof against MPFR is tools/cr_math_check; these tests pin the
+// special values and a few results that are easy to get wrong. Expected results
+// marked MPFR were computed with mpfr_sin/mpfr_log/mpfr_acos at 24 bits,
+// round-to-nearest, with emin = -148, emax = 128 and mpfr_subnormalize.
+#include "base/cr_math.h"
+#include "base/cr_math_internal.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace vtl {
+namespace {
+
+std::uint32_t bits(float x) { return std::bit_cast<std::uint32_t>(x); }
+float from_bits(std::uint32_t b) { return std::bit_cast<float>(b); }
+
+struct Case {
+  std::uint32_t input;
+  std::uint32_t result;
+};
+
+using Function = float (*)(float);
+
+void expect_results(Function f, const Case* cases, std::size_t n) {
+  for (std::size_t i = 0; i < n; ++i) {
+    EXPECT_EQ(bits(f(from_bits(cases[i].input))), cases[i].result)
+        << std::hex << "input 0x" << cases[i].input;
+  }
+}
+
+TEST(CrMath, NanComesBackQuietedWithSignAndPayload) {
+  const std::uint32_t nans[] = {0x7fc00000u, 0xffc00000u, 0x7fc12345u, 0xffd00001u,
+                                0x7f800001u, 0xff812345u, 0x7fbfffffu};
+  for (const Function f : {&cr_acosf, &cr_sinf, &cr_logf}) {
+    for (const std::uint32_t n : nans) {
+      EXPECT_EQ(bits(f(from_bits(n))), n | 0x00400000u) << std::hex << "input 0x" << n;
+    }
+  }
+}
+
+TEST(CrMath, AcosSpecialValues) {
+  const float inf = std::numeric_limits<float>::infinity();
+  for (const float x : {inf, -inf, 1.0000001f, -1.0000001f, 2.0f, -1e30f}) {
+    EXPECT_TRUE(std::isnan(cr_acosf(x))) << x;
+  }
+  EXPECT_EQ(bits(cr_acosf(1.0f)), 0u);  // +0
+  const Case cases[] = {
+      {0xbf800000u, 0x40490fdbu},  // acos(-1) = pi rounded
+      {0x00000000u, 0x3fc90fdbu},  // acos(+-0) = pi/2 rounded
+      {0x80000000u, 0x3fc90fdbu},
+      {0x80000001u, 0x3fc90fdbu},  // subnormal
+      {0x3f7fffffu, 0x39b504f3u},  // 1 - 2^-24, MPFR
+      {0xbf7fffffu, 0x40490a32u},  // -(1 - 2^-24), MPFR
+  };
+  expect_results(cr_acosf, cases, std::size(cases));
+}
+
+TEST(CrMath, SinSpecialValuesAndTinyArguments) {
+  const float inf = std::numeric_limits<float>::infinity();
+  EXPECT_TRUE(std::isnan(cr_sinf(inf)));
+  EXPECT_TRUE(std::isnan(cr_sinf(-inf)));
+  // Tiny and subnormal arguments: sin x rounds to x, with its sign.
+  for (const std::uint32_t b : {0x00000000u, 0x00000001u, 0x007fffffu, 0x00800000u, 0x3000abcdu,
+                                0x397fffffu}) {
+    EXPECT_EQ(bits(cr_sinf(from_bits(b))), b) << std::hex << b;
+    EXPECT_EQ(bits(cr_sinf(from_bits(b | 0x80000000u))), b | 0x80000000u) << std::hex << b;
+  }
+}
+
+TEST(CrMath, SinIsOddOnASweep) {
+  for (std::uint32_t b = 0x39800000u; b < 0x7f800000u; b += 0x00012345u) {
+    EXPECT_EQ(bits(cr_sinf(from_bits(b | 0x80000000u))), bits(cr_sinf(from_bits(b))) ^ 0x80000000u)
+        << std::hex << b;
+  }
+}
+
+// Large arguments need the exact reduction: an approximate pi/2 gives a
+// different result for all of these. Values from MPFR.
+TEST(CrMath, SinOfLargeArguments) {
+  const Case cases[] = {
+      {0x40490fdbu, 0xb3bbbd2eu},  // sin(float pi) = pi - float(pi) rounded
+      {0x4b800000u, 0xbf47917cu},  // 2^24
+      {0x501502f9u, 0xbef99a64u},  // 1e10
+      {0x7e967699u, 0x3f7d39e2u},  // 1e38
+      {0x7f7fffffu, 0xbf0599b3u},  // largest float
+      {0xff7fffffu, 0x3f0599b3u},
+      {0x79d1f6d3u, 0xbf7a88eeu},  // close to a rounding boundary
+      {0x46199998u, 0xbeb1fa5du},  // close to a rounding boundary
+  };
+  expect_results(cr_sinf, cases, std::size(cases));
+}
+
+// The floats below 2^17 nearest to a multiple of pi: the reduction cancels all
+// but the last few bits of x. Values from MPFR.
+TEST(CrMath, SinNearMultiplesOfPi) {
+  const Case cases[] = {
+      {0x40490fdbu, 0xb3bbbd2eu},  // float(pi)
+      {0xc0490fdbu, 0x33bbbd2eu},
+      {0x4116cbe4u, 0xb2ccde2eu},  // near 3 pi
+      {0x43fce5f1u, 0xb20fd1deu},  // near 161 pi, the closest below 2^17
+      {0x47cd246fu, 0xb30b5715u},  // near 33433 pi
+  };
+  expect_results(cr_sinf, cases, std::size(cases));
+}
+
+TEST(CrMath, LogSpecialValues) {
+  const float inf = std::numeric_limits<float>::infinity();
+  EXPECT_EQ(cr_logf(0.0f), -inf);
+  EXPECT_EQ(cr_logf(-0.0f), -inf);
+  EXPECT_EQ(cr_logf(inf), inf);
+  EXPECT_EQ(bits(cr_logf(1.0f)), 0u);  // +0
+  for (const float x : {-inf, -1.0f, -1e-30f, -from_bits(1)}) {
+    EXPECT_TRUE(std::isnan(cr_logf(x))) << x;
+  }
+  const Case cases[] = {
+      {0x00000001u, 0xc2ce8ed0u},  // smallest subnormal, MPFR
+      {0x3f800001u, 0x33ffffffu},  // 1 + 2^-23, MPFR
+      {0x3f7fffffu, 0xb3800000u},  // 1 - 2^-24, MPFR
+      {0x40000000u, 0x3f317218u},  // log 2
+      {0x7f7fffffu, 0x42b17218u},  // largest float, MPFR
+  };
+  expect_results(cr_logf, cases, std::size(cases));
+}
+
+// Inputs the host C library (glibc 2.36) rounds the wrong way; the correctly
+// rounded results are MPFR's.
+TEST(CrMath, InputsTheHostLibraryGetsWrong) {
+  const Case acos_cases[] = {{0x3aac8885u, 0x3fc8e4b9u}, {0x3bd182c5u, 0x3fc83e57u},
+                             {0x3d0bd9efu, 0x3fc4b0d3u}, {0x3d11f47bu, 0x3fc47ff7u}};
+  const Case sin_cases[] = {{0x3d6a7569u, 0x3d6a54a3u}, {0x3ddb6087u, 0x3ddaf530u},
+                            {0x3e663c78u, 0x3e644d1eu}, {0x3e70eaedu, 0x3e6eb385u}};
+  const Case log_cases[] = {{0x4003c305u, 0x3f38dc60u}, {0x73cb7832u, 0x42911a02u}};
+  expect_results(cr_acosf, acos_cases, std::size(acos_cases));
+  expect_results(cr_sinf, sin_cases, std::size(sin_cases));
+  expect_results(cr_logf, log_cases, std::size(log_cases));
+}
+
+// The fast evaluation must stay far inside the band around a midpoint that sends
+// an input to the accurate one (about 2^-33.5 relative); a wrong table entry or
+// coefficient in either shows as a larger gap between them.
+TEST(CrMath, FastAndAccurateEvaluationsAgree) {
+  struct Pair {
+    double (*fast)(float);
+    double (*accurate)(float);
+    std::uint32_t begin, end;
+  };
+  const Pair pairs[] = {
+      {cr_math_internal::acos_fast_estimate, cr_math_internal::acos_estimate, 0x00000000u,
+       0x3f800001u},
+      {cr_math_internal::acos_fast_estimate, cr_math_internal::acos_estimate, 0x80000000u,
+       0xbf800001u},
+      {cr_math_internal::sin_fast_estimate, cr_math_internal::sin_estimate, 0x39800000u,
+       0x7f800000u},
+      {cr_math_internal::sin_fast_estimate, cr_math_internal::sin_estimate, 0xb9800000u,
+       0xff800000u},
+      {cr_math_internal::log_fast_estimate, cr_math_internal::log_estimate, 0x00000001u,
+       0x7f800000u},
+  };
+  for (const Pair& p : pairs) {
+    for (std::uint64_t b = p.begin; b < p.end; b += 0x2717u) {
+      const float x = from_bits(static_cast<std::uint32_t>(b));
+      const double accurate = p.accurate(x);
+      if (accurate == 0.0) continue;  // log(1)
+      EXPECT_LE(std::fabs(p.fast(x) - accurate), 0x1p-35 * std::fabs(accurate))
+          << std::hex << "input 0x" << b;
+    }
+  }
+}
+
+// A table or interval mix-up shows as a step the wrong way between neighbours.
+TEST(CrMath, AcosAndLogAreMonotonicOnASweep) {
+  float previous = cr_acosf(-1.0f);
+  for (float x = -1.0f; x <= 1.0f; x += 0x1p-12f) {
+    const float y = cr_acosf(x);
+    EXPECT_LE(y, previous) << x;
+    previous = y;
+  }
+  previous = -std::numeric_limits<float>::infinity();
+  for (std::uint32_t b = 1; b < 0x7f800000u; b += 0x0000f00du) {
+    const float y = cr_logf(from_bits(b));
+    EXPECT_GE(y, previous) << std::hex << b;
+    previous = y;
+  }
+}
+
+}  // namespace
+}  // namespace vtl
