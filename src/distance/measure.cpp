@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "base/constants.h"
+#include "base/cr_math.h"
 #include "distance/correlation.h"
 #include "distance/cosine_ratio.h"
 #include "distance/element_wise.h"
@@ -24,7 +25,7 @@ float angle(const float* x, const float* y, std::uint32_t n, const KnownNorms* n
   // Both tests are ordered, so a NaN cosine goes on to acosf and stays NaN.
   if (cosine < -1.0f) return kPi;
   if (cosine > 1.0f) return 0.0f;
-  return std::acos(cosine);
+  return cr_acosf(cosine);
 }
 
 float absolute_correlation_distance(const float* x, const float* y, std::uint32_t n) {

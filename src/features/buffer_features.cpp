@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "base/cr_math.h"
+
 namespace vtl {
 
 namespace {
@@ -194,13 +196,13 @@ float feature_entropy(const float* x, std::uint16_t n) {
       ++run_length;
     } else {
       const float p = static_cast<float>(run_length) / count;
-      acc = acc + std::log(p) * p;
+      acc = acc + cr_logf(p) * p;
       run_value = x[i];
       run_length = 1;
     }
   }
   const float p = static_cast<float>(run_length) / count;
-  return -(std::log(p) * p + acc);
+  return -(cr_logf(p) * p + acc);
 }
 
 float feature_percentile(const float* x, std::uint16_t n, std::uint8_t p) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/constants.h"
+#include "base/cr_math.h"
 #include "base/vector_primitives.h"
 
 namespace vtl {
@@ -20,7 +21,7 @@ constexpr float kNearZero = 0.00001f;
 float scaled_sinc(float f, float k) {
   const float x = f * k;
   if (-kNearZero < x && x < kNearZero) return f;
-  return f * (std::sin(x * kPi) / (x * kPi));
+  return f * (cr_sinf(x * kPi) / (x * kPi));
 }
 
 float tap_at(FilterType type, float fc1, float fc2, float k) {
@@ -107,7 +108,7 @@ void convolve_block(const float* kernel, const float* signal, float* out, std::i
 
 float sinc(float x) {
   if (-kNearZero < x && x < kNearZero) return 1.0f;
-  return std::sin(x * kPi) / (x * kPi);
+  return cr_sinf(x * kPi) / (x * kPi);
 }
 
 void fir_design(float* taps, std::uint16_t ntaps, FilterType type, float fs, float f_low,
