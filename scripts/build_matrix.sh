@@ -37,7 +37,7 @@ for corner in "${corners[@]}"; do
     result="library values differ (see $dir/values.diff)"
     failed=1
   fi
-  if ! "$root/tests/cli/golden/sessions.sh" "$dir/vantelo_emulator" |
+  if ! "$root/tests/cli/golden/sessions.sh" "$dir/vantelo_emulator" large |
        diff -u "$root/tests/cli/golden/expected.txt" - >"$dir/sessions.diff"; then
     result="sessions differ (see $dir/sessions.diff)"
     failed=1
