@@ -73,8 +73,8 @@ void BM_ScanFloatMemory(benchmark::State& state) {
   const std::string& text = typical_lines();
   int lines = 0;
   for (auto _ : state) {
-    auto in = std::make_unique<vtl::ByteReader>(
-        reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    auto in = std::make_unique<vtl::ByteReader>(reinterpret_cast<const unsigned char*>(text.data()),
+                                                text.size());
     lines = scan_all(*in);
   }
   set_counters(state, lines);

@@ -9,7 +9,8 @@ int main(int argc, char** argv) {
   static char block[1 << 16];
   int in = open(argv[1], O_RDONLY);
   long long out_size = atoll(argv[2]);
-  for (ssize_t got; (got = read(in, block, sizeof block)) > 0;) {}
+  for (ssize_t got; (got = read(in, block, sizeof block)) > 0;) {
+  }
   memset(block, ' ', sizeof block);
   for (long long left = out_size; left > 0;) {
     ssize_t part = left < (long long)sizeof block ? (ssize_t)left : (ssize_t)sizeof block;

@@ -24,7 +24,8 @@ int main(int argc, char** argv) {
   struct rusage usage;
   if (wait4(pid, &status, 0, &usage) != pid) return 2;
   clock_gettime(CLOCK_MONOTONIC, &end);
-  printf("%.6f %ld\n", (double)(end.tv_sec - start.tv_sec) + (double)(end.tv_nsec - start.tv_nsec) * 1e-9,
+  printf("%.6f %ld\n",
+         (double)(end.tv_sec - start.tv_sec) + (double)(end.tv_nsec - start.tv_nsec) * 1e-9,
          usage.ru_maxrss);
   return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : 1;
 }

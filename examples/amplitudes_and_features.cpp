@@ -56,10 +56,10 @@ int main() {
   std::array<float, rows> matrix{};
   std::array<float, n> sorted;
   const std::uint8_t column = 0, columns = 1;
-  vtl::extract_features(signal.data(), matrix.data(), slots.data(), sorted.data(), column,
-                        columns, n, work.data(), amplitudes.data(), n, rows, 0);
-  vtl::extract_features(signal.data(), matrix.data(), slots.data(), sorted.data(), column,
-                        columns, n, work.data(), amplitudes.data(), n, rows, 1);
+  vtl::extract_features(signal.data(), matrix.data(), slots.data(), sorted.data(), column, columns,
+                        n, work.data(), amplitudes.data(), n, rows, 0);
+  vtl::extract_features(signal.data(), matrix.data(), slots.data(), sorted.data(), column, columns,
+                        n, work.data(), amplitudes.data(), n, rows, 1);
 
   // The peak place is an index into the spectrum: place k is DFT bin k + 1.
   const char* names[rows] = {"mean",          "rms",        "median",       "zero crossings",

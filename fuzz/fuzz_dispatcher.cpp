@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static vtl::fuzz::Emulator emulator;
   static const std::string state = emulator.trained_state();
   static const bool files_made = [] {
-    emulator.write_file("s.csv", "0.31,0.2,9.8\n0.29,0.21,9.81\n5,4,3\n1e-40,nan,inf\n0x1p-3,2,3\n");
+    emulator.write_file("s.csv",
+                        "0.31,0.2,9.8\n0.29,0.21,9.81\n5,4,3\n1e-40,nan,inf\n0x1p-3,2,3\n");
     std::string knowledge(288, '\0');
     const float signature[15] = {8, 3, 1, 0, 0, 0, 100, 0, 0, 0, 1000000, 0, 10, 21, 1};
     std::memcpy(knowledge.data() + 228, signature, sizeof signature);

@@ -30,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     size -= 1 + sizeof knowledge;
   }
   float signal[3];
-  for (std::size_t k = 0; size >= sizeof signal; ++k, data += sizeof signal, size -= sizeof signal) {
+  for (std::size_t k = 0; size >= sizeof signal;
+       ++k, data += sizeof signal, size -= sizeof signal) {
     std::memcpy(signal, data, sizeof signal);
     std::uint8_t similarity = 0;
     if (k % 3 == 2) {

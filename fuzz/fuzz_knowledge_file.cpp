@@ -10,7 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const std::string state = emulator.trained_state();
   emulator.write_file("Vantelo.dat", state);
   emulator.write_file("k.bin", data, size);
-  const int imported = emulator.run({"vtl_anomalydetection_knowledge", "--knowledge_path", "k.bin"});
+  const int imported =
+      emulator.run({"vtl_anomalydetection_knowledge", "--knowledge_path", "k.bin"});
   // A rejected or unreadable knowledge never changes the state file.
   if (imported != 0 && emulator.read_file("Vantelo.dat") != state) __builtin_trap();
   emulator.run({"vtl_anomalydetection_learn", "--array", "0.3", "0.2", "9.8"});

@@ -46,7 +46,8 @@ class Emulator {
     std::string bytes;
     if (FILE* file = std::fopen(name, "rb")) {
       char block[4096];
-      for (std::size_t got; (got = std::fread(block, 1, sizeof block, file)) > 0;) bytes.append(block, got);
+      for (std::size_t got; (got = std::fread(block, 1, sizeof block, file)) > 0;)
+        bytes.append(block, got);
       std::fclose(file);
     }
     return bytes;

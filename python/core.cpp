@@ -187,20 +187,32 @@ class Engine {
     run([&] { vtl_anomalydetection_set_sensitivity(static_cast<float>(value)); });
   }
 
-  std::uint32_t learn_count() { return read([this] { return snapshot_.learn_count; }); }
-  std::uint32_t status() { return read([this] { return snapshot_.engine_status; }); }
-  std::int32_t learned_total() { return read([this] { return totals_.learned; }); }
-  std::int32_t detected_total() { return read([this] { return totals_.detected; }); }
-  std::int32_t nominal_total() { return read([this] { return totals_.nominal; }); }
-  std::int32_t anomaly_total() { return read([this] { return totals_.anomaly; }); }
+  std::uint32_t learn_count() {
+    return read([this] { return snapshot_.learn_count; });
+  }
+  std::uint32_t status() {
+    return read([this] { return snapshot_.engine_status; });
+  }
+  std::int32_t learned_total() {
+    return read([this] { return totals_.learned; });
+  }
+  std::int32_t detected_total() {
+    return read([this] { return totals_.detected; });
+  }
+  std::int32_t nominal_total() {
+    return read([this] { return totals_.nominal; });
+  }
+  std::int32_t anomaly_total() {
+    return read([this] { return totals_.anomaly; });
+  }
 
   // Every model field of the state file but the totals, as plain values.
   py::dict model() {
     const EngineSnapshot s = read([this] { return snapshot_; });
     py::list slots;
     for (const ClusterRecord& slot : s.cluster_table) {
-      slots.append(py::make_tuple(slot.center[0], slot.center[1], slot.center[2], slot.radius,
-                                  slot.count));
+      slots.append(
+          py::make_tuple(slot.center[0], slot.center[1], slot.center[2], slot.radius, slot.count));
     }
     py::dict fields;
     fields["sensitivity"] = s.sensitivity;
@@ -275,7 +287,6 @@ class Engine {
     body();
     capture_engine(snapshot_);
   }
-
 
   static std::string knowledge_bytes(const float* values) {
     std::string bytes(kKnowledgeBytes, '\0');

@@ -60,17 +60,30 @@ std::vector<float> samples(std::size_t n, std::uint32_t seed) {
   for (std::size_t i = 0; i < n; ++i) {
     state = state * 1664525u + 1013904223u;
     const float noise = static_cast<float>(state >> 8) * 0x1p-24f - 0.5f;
-    x[i] = 2.0f * sinc(static_cast<float>(i) * 0.0625f) + noise + static_cast<float>(i % 7) * 0.125f;
+    x[i] =
+        2.0f * sinc(static_cast<float>(i) * 0.0625f) + noise + static_cast<float>(i % 7) * 0.125f;
   }
   return x;
 }
 
 const std::vector<std::vector<float>>& vectors() {
   static const std::vector<std::vector<float>> all = {
-      {1, 0, 0},          {0, 1, 0},          {1, 2, 3},       {2, 4, 6},
-      {5.5f, -2.25f, 1000}, {-5.5f, 2.25f, -1000}, {0, 0, 0},  {-0.0f, 0.0f, -0.0f},
-      {1e-40f, -1e-40f, 3e-45f}, {1e-38f, 2e-38f, -1e-39f}, {kNaN, 1, 2}, {kInf, -kInf, 1},
-      {3.4e38f, -3.4e38f, 1}, {0.3012f, 0.1987f, 9.81f}, {0.2999f, 0.2011f, 9.8f}, {1, 1, 1},
+      {1, 0, 0},
+      {0, 1, 0},
+      {1, 2, 3},
+      {2, 4, 6},
+      {5.5f, -2.25f, 1000},
+      {-5.5f, 2.25f, -1000},
+      {0, 0, 0},
+      {-0.0f, 0.0f, -0.0f},
+      {1e-40f, -1e-40f, 3e-45f},
+      {1e-38f, 2e-38f, -1e-39f},
+      {kNaN, 1, 2},
+      {kInf, -kInf, 1},
+      {3.4e38f, -3.4e38f, 1},
+      {0.3012f, 0.1987f, 9.81f},
+      {0.2999f, 0.2011f, 9.8f},
+      {1, 1, 1},
   };
   return all;
 }
@@ -114,8 +127,9 @@ void angles() {
 void fir() {
   Digest digest;
   std::vector<float> taps(65);
-  const float cutoffs[][3] = {{100, 25, 40},  {2, 0x1.a000fap-1f, 0.9f}, {100, 10, 30}, {48000, 1000, 8000},
-                              {1, 0.1f, 0.4f}, {0, 10, 20},             {100, -5, 60}, {100, 1e-30f, 1e-20f}};
+  const float cutoffs[][3] = {{100, 25, 40},       {2, 0x1.a000fap-1f, 0.9f}, {100, 10, 30},
+                              {48000, 1000, 8000}, {1, 0.1f, 0.4f},           {0, 10, 20},
+                              {100, -5, 60},       {100, 1e-30f, 1e-20f}};
   for (const auto& c : cutoffs) {
     for (unsigned type = 0; type < 5; ++type) {
       for (std::uint16_t ntaps : {65, 64, 7, 1}) {
@@ -128,7 +142,8 @@ void fir() {
   const std::vector<float> src = samples(500, 7);
   for (unsigned type = 0; type < 4; ++type) {
     std::vector<float> dst(500, 0.0f);
-    fir_filter(src.data(), dst.data(), taps.data(), 500, static_cast<FilterType>(type), 100, 12, 31);
+    fir_filter(src.data(), dst.data(), taps.data(), 500, static_cast<FilterType>(type), 100, 12,
+               31);
     digest.add(dst);
   }
   print("fir", digest);

@@ -8,11 +8,13 @@
 #include <cfloat>
 
 #if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__)
-#error "Vantelo needs exact IEEE arithmetic: build it without -ffast-math, -Ofast or -ffinite-math-only."
+#error \
+    "Vantelo needs exact IEEE arithmetic: build it without -ffast-math, -Ofast or -ffinite-math-only."
 #endif
 
 #if !defined(FLT_EVAL_METHOD) || FLT_EVAL_METHOD != 0
-#error "Vantelo needs float arithmetic evaluated in single precision (FLT_EVAL_METHOD 0): build for SSE, not x87 (-mfpmath=387)."
+#error \
+    "Vantelo needs float arithmetic evaluated in single precision (FLT_EVAL_METHOD 0): build for SSE, not x87 (-mfpmath=387)."
 #endif
 
 namespace vtl {

@@ -24,7 +24,8 @@ class ByteReader {
   // failed. The end is sticky, as stdio's end-of-file indicator is: after it,
   // every get() returns kEnd even if the file has grown.
   int get() {
-    if (cur_ != end_) [[likely]] return *cur_++;
+    if (cur_ != end_) [[likely]]
+      return *cur_++;
     return get_from_next_block();
   }
   // Puts back the byte that the last get() returned (one byte, and never after

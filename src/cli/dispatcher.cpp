@@ -190,7 +190,8 @@ bool detection_allowed() {
     print_documentation_trailer();
     return false;
   }
-  if (static_cast<std::uint32_t>(learned_total) < static_cast<std::uint32_t>(kMinimumLearnedSignals)) {
+  if (static_cast<std::uint32_t>(learned_total) <
+      static_cast<std::uint32_t>(kMinimumLearnedSignals)) {
     out().text("Error: not enough signals learned. ");
     out().decimal(learned_total);
     out().line(" signals learned up to now !");

@@ -29,7 +29,8 @@ enum : std::uint8_t { kSpace = 1, kDigit = 2 };
 
 constexpr std::array<std::uint8_t, 256> make_classes() {
   std::array<std::uint8_t, 256> classes{};
-  for (const std::size_t c : {0x20u, 0x09u, 0x0Au, 0x0Bu, 0x0Cu, 0x0Du}) classes[c] = kSpace;  // " \t\n\v\f\r"
+  for (const std::size_t c : {0x20u, 0x09u, 0x0Au, 0x0Bu, 0x0Cu, 0x0Du})
+    classes[c] = kSpace;  // " \t\n\v\f\r"
   for (std::size_t c = '0'; c <= '9'; ++c) classes[c] = kDigit;
   return classes;
 }
@@ -53,9 +54,8 @@ constexpr int kMaxExactPower = 10;
 constexpr std::uint64_t kMaxExactMantissa = std::uint64_t{1} << 24;
 constexpr int kMaxFastDigits = 19;  // digits a uint64 holds
 
-constexpr std::uint64_t kIntegerPowersOfTen[] = {1,         10,         100,        1000,
-                                                 10000,     100000,     1000000,    10000000,
-                                                 100000000};
+constexpr std::uint64_t kIntegerPowersOfTen[] = {1,      10,      100,      1000,     10000,
+                                                 100000, 1000000, 10000000, 100000000};
 
 // The value of eight digit values, one per byte, the first in the lowest byte.
 std::uint64_t eight_digits_value(std::uint64_t values) {
@@ -97,8 +97,7 @@ const unsigned char* add_digits(const unsigned char* p, const unsigned char* end
 float decimal_value(std::uint64_t mantissa, int exponent, const unsigned char* text,
                     const unsigned char* text_end) {
   if (mantissa == 0) return 0.0f;
-  if (mantissa <= kMaxExactMantissa && exponent >= -kMaxExactPower &&
-      exponent <= kMaxExactPower) {
+  if (mantissa <= kMaxExactMantissa && exponent >= -kMaxExactPower && exponent <= kMaxExactPower) {
     const float exact = static_cast<float>(mantissa);
     return exponent < 0 ? exact / kExactPowersOfTen[-exponent]
                         : exact * kExactPowersOfTen[exponent];

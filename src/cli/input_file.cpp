@@ -30,7 +30,8 @@ int anonymous_file() {
   int fd = open_retrying(dir, O_TMPFILE | O_RDWR, 0600);
   if (fd >= 0) return fd;
   char name[4096];
-  if (std::snprintf(name, sizeof name, "%s/vantelo-input-XXXXXX", dir) >= static_cast<int>(sizeof name)) {
+  if (std::snprintf(name, sizeof name, "%s/vantelo-input-XXXXXX", dir) >=
+      static_cast<int>(sizeof name)) {
     return -1;
   }
   fd = ::mkostemp(name, O_CLOEXEC);

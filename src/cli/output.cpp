@@ -36,8 +36,8 @@ void Output::decimal(std::int32_t value) {
   char* end = digits + sizeof digits;
   char* p = end;
   // Works on the magnitude as unsigned, so that the smallest value has one.
-  std::uint32_t magnitude = value < 0 ? 0u - static_cast<std::uint32_t>(value)
-                                      : static_cast<std::uint32_t>(value);
+  std::uint32_t magnitude =
+      value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
   do {
     *--p = static_cast<char>('0' + magnitude % 10);
     magnitude /= 10;
@@ -87,13 +87,13 @@ void Output::reset() {
 
 void report_output_failure(int error_number) {
   char line[256];
-  const int length = std::snprintf(line, sizeof line,
-                                   "Error: could not write to standard output (%s) !\n",
-                                   std::strerror(error_number));
+  const int length =
+      std::snprintf(line, sizeof line, "Error: could not write to standard output (%s) !\n",
+                    std::strerror(error_number));
   if (length > 0) {
-    const std::size_t size =
-        static_cast<std::size_t>(length) < sizeof line ? static_cast<std::size_t>(length)
-                                                       : sizeof line - 1;
+    const std::size_t size = static_cast<std::size_t>(length) < sizeof line
+                                 ? static_cast<std::size_t>(length)
+                                 : sizeof line - 1;
     write_all(2, line, size);
   }
 }

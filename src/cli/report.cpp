@@ -11,12 +11,18 @@ namespace {
 
 const char* status_text(ReportStatus status) {
   switch (status) {
-    case ReportStatus::initialization: return "initialization";
-    case ReportStatus::id_version: return "id_version";
-    case ReportStatus::load_knowledge: return "load_knowledge";
-    case ReportStatus::sensitivity_update: return "sensitivity_update";
-    case ReportStatus::learning: return "learning";
-    case ReportStatus::detection: return "detection";
+    case ReportStatus::initialization:
+      return "initialization";
+    case ReportStatus::id_version:
+      return "id_version";
+    case ReportStatus::load_knowledge:
+      return "load_knowledge";
+    case ReportStatus::sensitivity_update:
+      return "sensitivity_update";
+    case ReportStatus::learning:
+      return "learning";
+    case ReportStatus::detection:
+      return "detection";
   }
   return "";
 }
@@ -58,8 +64,12 @@ void print_report_head(ReportStatus status, const float* sensitivity_value, Repo
     o.text("\t\"sensitivity\": \"null\",\n");
   }
   switch (input) {
-    case ReportInput::null: o.text("\t\"input\": \"null\",\n"); break;
-    case ReportInput::array: o.text("\t\"input\": \"array\",\n"); break;
+    case ReportInput::null:
+      o.text("\t\"input\": \"null\",\n");
+      break;
+    case ReportInput::array:
+      o.text("\t\"input\": \"array\",\n");
+      break;
     case ReportInput::file:
       o.text("\t\"input\": \"");
       o.text(file_name);
@@ -79,8 +89,8 @@ void print_learn_entry(std::int32_t signal, const std::int32_t* line, bool last)
   entry_end(o, line, last);
 }
 
-void print_detect_entry(std::int32_t signal, const std::int32_t* line, std::uint8_t similarity_value,
-                        bool nominal, bool last) {
+void print_detect_entry(std::int32_t signal, const std::int32_t* line,
+                        std::uint8_t similarity_value, bool nominal, bool last) {
   Output& o = out();
   entry_start(o, signal, line);
   o.text(", \"similarity\": ");

@@ -35,9 +35,10 @@ void print_incompatible_range() {
 }
 
 void print_invalid_by_file_option(Command command) {
-  print_line(command == Command::learn
-                 ? "Error: missing or not valid argument in Vantelo learning function call by file !"
-                 : "Error: missing or not valid argument in Vantelo detection function call by file !");
+  print_line(
+      command == Command::learn
+          ? "Error: missing or not valid argument in Vantelo learning function call by file !"
+          : "Error: missing or not valid argument in Vantelo detection function call by file !");
   print_usage_lines(command, 2);
   print_documentation_trailer();
 }
@@ -132,7 +133,10 @@ std::int32_t count_lines(int fd) {
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
     const char* const end = block + got;
-    for (const char* p = block; (p = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)))) != nullptr; ++p) {
+    for (const char* p = block;
+         (p = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)))) !=
+         nullptr;
+         ++p) {
       ++newlines;
     }
   }

@@ -4,8 +4,8 @@
 
 #include "base/min_max.h"
 #include "base/vector_primitives.h"
-#include "conditioning/work_arrays.h"
 #include "conditioning/engine_link.h"
+#include "conditioning/work_arrays.h"
 
 namespace vtl {
 
@@ -34,8 +34,8 @@ void run_plan(const float* input, float* work, float fs, const FilterCall* calls
 // left to do: after writing the pass-through result, or when the taps are not
 // ready. Without a filter the device writes the norm of exactly the first three
 // values, whatever n is, so the caller's source must hold three.
-std::uint8_t plan_or_pass_norm(const float* source, float* destination, float fs,
-                               float f_upper, float f_lower, FilterCall* calls) {
+std::uint8_t plan_or_pass_norm(const float* source, float* destination, float fs, float f_upper,
+                               float f_lower, FilterCall* calls) {
   const std::uint8_t count = plan_band_filter(fs, f_upper, f_lower, calls);
   if (count == 0) {
     norm_into_scratch(source, 3);

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "conditioning/work_arrays.h"
 #include "conditioning/engine_link.h"
+#include "conditioning/work_arrays.h"
 #include "features/magnitudes.h"
 
 namespace vtl {

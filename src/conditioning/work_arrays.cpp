@@ -2,7 +2,6 @@
 
 #include "conditioning/engine_link.h"
 
-
 namespace vtl {
 
 namespace {

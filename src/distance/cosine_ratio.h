@@ -22,7 +22,8 @@ inline float norm_of(const float* x, std::uint32_t n) {
 }
 
 // The cosine when the two norms are known already.
-inline float cosine_from_norms(const float* x, const float* y, std::uint32_t n, float nx, float ny) {
+inline float cosine_from_norms(const float* x, const float* y, std::uint32_t n, float nx,
+                               float ny) {
   float dot = 0.0f;
   for (std::uint32_t i = 0; i < n; ++i) dot = dot + x[i] * y[i];
   return dot / (nx * ny);

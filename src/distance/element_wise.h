@@ -12,7 +12,7 @@ namespace vtl::detail {
 
 // n >= 1. Fills work[0 .. n - 1] with |x[i] - y[i]| and reduces it by kind.
 inline float element_wise_distance(DistanceKind kind, const float* x, const float* y, float* work,
-                            std::uint32_t n) {
+                                   std::uint32_t n) {
   // Two separate passes, as the differences are defined before the absolute
   // values: the result stays that of the plain loops even if work overlaps x or y.
   for (std::uint32_t i = 0; i < n; ++i) work[i] = x[i] - y[i];

@@ -34,7 +34,8 @@ float absolute_correlation_distance(const float* x, const float* y, std::uint32_
 }
 
 // vector_distance for its element-wise kinds, without the call.
-float element_wise(DistanceKind kind, const float* x, const float* y, float* work, std::uint32_t n) {
+float element_wise(DistanceKind kind, const float* x, const float* y, float* work,
+                   std::uint32_t n) {
   return n == 0 ? 0.0f : detail::element_wise_distance(kind, x, y, work, n);
 }
 

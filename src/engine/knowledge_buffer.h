@@ -26,8 +26,8 @@ inline constexpr unsigned kKnowledgeValues = 72;
 inline constexpr unsigned kKnowledgeModelValues = 57;  // positions 0..56
 inline constexpr unsigned kKnowledgeSignatureValues = 15;
 inline constexpr float kKnowledgeSignature[kKnowledgeSignatureValues] = {
-    8.0f, 3.0f, 1.0f, 0.0f, 0.0f, 0.0f, 100.0f, 0.0f, 0.0f, 0.0f, 1000000.0f, 0.0f, 10.0f, 21.0f,
-    1.0f};
+    8.0f, 3.0f, 1.0f,       0.0f, 0.0f,  0.0f,  100.0f, 0.0f,
+    0.0f, 0.0f, 1000000.0f, 0.0f, 10.0f, 21.0f, 1.0f};
 
 static_assert(kKnowledgeModelValues + kKnowledgeSignatureValues == kKnowledgeValues);
 // A knowledge file holds the 72 values as 4-byte floats: 288 bytes.

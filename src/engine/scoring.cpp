@@ -15,9 +15,9 @@ float score_similarity(const float* signal, float factor) {
   for (unsigned k = 0; k < kClusterSlots; ++k) {
     const ClusterRecord& cluster = cluster_table[k];
     if (cluster.count <= 1) continue;  // single signals, spare and emptied slots
-    const float d = combined_distance_known_norms(measure_primary, measure_secondary, cluster.center,
-                                                  signal, center_norm(k), signal_norm,
-                                                  distance_workspace, kSignalLength);
+    const float d = combined_distance_known_norms(measure_primary, measure_secondary,
+                                                  cluster.center, signal, center_norm(k),
+                                                  signal_norm, distance_workspace, kSignalLength);
     const float q = cluster.radius / d;
     const float g = 90.0f * (1.0f / factor);
     const float v = g * q;

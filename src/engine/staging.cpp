@@ -20,8 +20,8 @@ void stage_signal(const float* source, float* destination) {
 
 // Only the first source value is ever copied and the mode is ignored: the
 // device's routine was written for more and does this, and callers rely on it.
-void copy_value(const float* source, float* destination, std::uint16_t index,
-                std::uint16_t count, std::uint16_t /*mode*/) {
+void copy_value(const float* source, float* destination, std::uint16_t index, std::uint16_t count,
+                std::uint16_t /*mode*/) {
   if (count != 0) destination[index] = source[0];
 }
 

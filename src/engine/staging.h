@@ -13,8 +13,8 @@ extern float value_scratch;
 // destination[i] = source[i] for i = 0, 1, 2, bit for bit.
 void stage_signal(const float* source, float* destination);
 // destination[index] = source[0] when count != 0; the mode changes nothing.
-void copy_value(const float* source, float* destination, std::uint16_t index,
-                std::uint16_t count, std::uint16_t mode);
+void copy_value(const float* source, float* destination, std::uint16_t index, std::uint16_t count,
+                std::uint16_t mode);
 // destination[index] = the largest of the n values (fmaxf passes NaN over);
 // nothing is written for n == 0.
 void reduce_max(const float* values, std::uint16_t n, float* destination, std::uint16_t index);

@@ -3,8 +3,8 @@
 #include <cstddef>
 
 #include "features/buffer_features.h"
-#include "features/merge_sort.h"
 #include "features/magnitudes.h"
+#include "features/merge_sort.h"
 
 namespace vtl {
 
@@ -54,12 +54,8 @@ constexpr FeatureStep kSampleSteps[] = {
 
 // Features of the ascending copy, written after the others.
 constexpr FeatureStep kSortedSteps[] = {
-    {FEAT_P5, p5_value},
-    {FEAT_P25, p25_value},
-    {FEAT_P75, p75_value},
-    {FEAT_P95, p95_value},
-    {FEAT_MEDIAN, feature_median},
-    {FEAT_ENTROPY, feature_entropy},
+    {FEAT_P5, p5_value},   {FEAT_P25, p25_value},         {FEAT_P75, p75_value},
+    {FEAT_P95, p95_value}, {FEAT_MEDIAN, feature_median}, {FEAT_ENTROPY, feature_entropy},
 };
 
 // Features of the amplitude spectrum.

@@ -5,5 +5,5 @@
 #include "features/buffer_features.h"
 #include "features/centroid.h"
 #include "features/extract.h"
-#include "features/merge_sort.h"
 #include "features/magnitudes.h"
+#include "features/merge_sort.h"

@@ -40,10 +40,12 @@ void amplitude_spectrum(const float* x, float* work, float* amplitudes, std::uin
   }
   fft_in_place(work, amplitudes, n);
   const std::uint32_t half = n / 2u;
-  for (std::uint32_t k = 0; k < half; ++k) amplitudes[k] = std::sqrt(power_of_next_bin(work, amplitudes, k));
+  for (std::uint32_t k = 0; k < half; ++k)
+    amplitudes[k] = std::sqrt(power_of_next_bin(work, amplitudes, k));
 }
 
-void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* amplitudes, std::uint16_t n) {
+void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* amplitudes,
+                   std::uint16_t n) {
   if (!transformable(n)) return;
   for (std::uint32_t i = 0; i < n; ++i) {
     mag[i] = 0.0f;
@@ -60,7 +62,8 @@ void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* amplitu
   }
   fft_in_place(mag, amplitudes, n);
   const std::uint32_t half = n / 2u;
-  for (std::uint32_t k = 0; k < half; ++k) amplitudes[k] = std::sqrt(power_of_next_bin(mag, amplitudes, k));
+  for (std::uint32_t k = 0; k < half; ++k)
+    amplitudes[k] = std::sqrt(power_of_next_bin(mag, amplitudes, k));
 }
 
 }  // namespace vtl

@@ -14,6 +14,7 @@ void centered_spectrum(float* x, float* im, std::uint16_t n);
 void amplitude_spectrum(const float* x, float* work, float* amplitudes, std::uint16_t n);
 // data: n samples of d channels, sample by sample; mag receives the per-sample
 // norms and is transformed; amplitudes receives the spectrum of the norms.
-void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* amplitudes, std::uint16_t n);
+void norm_spectrum(const float* data, std::uint8_t d, float* mag, float* amplitudes,
+                   std::uint16_t n);
 
 }  // namespace vtl

@@ -124,8 +124,8 @@ bool StateStore::open_existing(bool for_update) {
 std::size_t StateStore::read_start(std::uint8_t* image, std::size_t capacity) {
   std::size_t length = 0;
   while (file_fd_ >= 0 && length < capacity) {
-    const ssize_t got = ::pread(file_fd_, image + length, capacity - length,
-                                static_cast<off_t>(length));
+    const ssize_t got =
+        ::pread(file_fd_, image + length, capacity - length, static_cast<off_t>(length));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
     length += static_cast<std::size_t>(got);

@@ -72,7 +72,7 @@ class StateStore {
   char temp_[PATH_MAX] = {};    // the temporary name
   bool resolved_ = false;
   int dir_fd_ = -1;
-  int file_fd_ = -1;      // the existing state file
+  int file_fd_ = -1;  // the existing state file
   bool opened_for_update_ = false;
   int prepared_fd_ = -1;  // the new content
   bool prepared_named_ = false;

@@ -17,7 +17,8 @@
 /* The engine's results are those of IEEE single precision evaluated in single
    precision: builds that would give other results are refused. */
 #if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__)
-#error "Vantelo needs exact IEEE arithmetic: build without -ffast-math, -Ofast or -ffinite-math-only."
+#error \
+    "Vantelo needs exact IEEE arithmetic: build without -ffast-math, -Ofast or -ffinite-math-only."
 #endif
 #if !defined(FLT_EVAL_METHOD) || FLT_EVAL_METHOD != 0
 #error "Vantelo needs float arithmetic evaluated in single precision (FLT_EVAL_METHOD 0), not x87."
