@@ -10,6 +10,8 @@
 
 #include <cstdint>
 
+#include "distance/measure_detail.h"
+
 namespace vtl {
 
 // With combine == 0, the measure of measure_a alone (measure_b is not
@@ -22,14 +24,20 @@ float measure_distance(std::uint8_t combine, std::uint8_t measure_a, std::uint8_
 
 // The Euclidean norm of x as the angle measure computes it: the square root of
 // the sum of squares in index order, 0 when that sum is NaN.
-float angle_norm(const float* x, std::uint32_t n);
+inline float angle_norm(const float* x, std::uint32_t n) { return detail::norm_of(x, n); }
 
 // measure_distance(1, measure_a, measure_b, x, y, work, n) when angle_norm of x
 // and of y are known already: the same value and the same writes to work, bit
 // for bit, without measuring the norms again. The engine keeps the norms of its
 // cluster centers, which change far less often than they are compared.
-float combined_distance_known_norms(std::uint8_t measure_a, std::uint8_t measure_b, const float* x,
-                                    const float* y, float x_norm, float y_norm, float* work,
-                                    std::uint32_t n);
+// Inline: it is the inner step of the learning pass and of scoring.
+inline float combined_distance_known_norms(std::uint8_t measure_a, std::uint8_t measure_b,
+                                           const float* x, const float* y, float x_norm,
+                                           float y_norm, float* work, std::uint32_t n) {
+  const detail::KnownNorms norms{x_norm, y_norm};
+  const float first = detail::one_measure(measure_a, x, y, work, n, &norms);
+  const float second = detail::one_measure(measure_b, x, y, work, n, &norms);
+  return first * second;
+}
 
 }  // namespace vtl
