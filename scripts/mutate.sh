@@ -55,6 +55,32 @@ while (($#)); do
 done
 ((${#lists[@]})) || lists=("$root"/scripts/mutants/*.txt)
 
+# --- planting and restoring ---
+mkdir -p "$build"
+backup="$build/original-source"
+planted="$build/planted-source"
+active="$build/planted-path"
+child=""
+
+restore() {
+  if [[ -f $active ]]; then
+    cp "$backup" "$root/$(cat "$active")" && rm -f "$active"
+  fi
+}
+
+# A run killed outright (kill -9) may have left its fault in place: put the
+# original back, unless the file has been edited since.
+if [[ -f $active ]]; then
+  path=$(cat "$active")
+  if cmp -s "$planted" "$root/$path"; then
+    echo "restoring $path, left mutated by an interrupted run"
+    restore
+  else
+    echo "warning: $path was edited after an interrupted run; not restoring it" >&2
+    rm -f "$active"
+  fi
+fi
+
 # --- text work in Python: parsing the lists, planting and checking snippets ---
 helper() {
   "$python" - "$@" <<'PYTHON'
@@ -132,38 +158,14 @@ if ((check_only)); then
   exit $((stale > 0))
 fi
 
-# --- planting and restoring ---
-mkdir -p "$build"
-backup="$build/original-source"
-planted="$build/planted-source"
-active="$build/planted-path"
-child=""
-
-restore() {
-  if [[ -f $active ]]; then
-    cp "$backup" "$root/$(cat "$active")" && rm -f "$active"
-  fi
-}
-
-# A run killed outright (kill -9) may have left its fault in place: put the
-# original back, unless the file has been edited since.
-if [[ -f $active ]]; then
-  path=$(cat "$active")
-  if cmp -s "$planted" "$root/$path"; then
-    echo "restoring $path, left mutated by an interrupted run"
-    restore
-  else
-    echo "warning: $path was edited after an interrupted run; not restoring it" >&2
-    rm -f "$active"
-  fi
-fi
-
+# The handler may run inside a redirected build or test: it speaks through a
+# copy of the script's own standard output.
+exec 4>&1
 on_signal() {
   [[ -n $child ]] && kill -TERM "$child" 2>/dev/null
   [[ -n $child ]] && wait "$child" 2>/dev/null
   restore
-  echo
-  echo "interrupted; the source is restored"
+  printf '\ninterrupted; the source is restored\n' >&4
   exit 130
 }
 trap on_signal INT TERM

@@ -2,6 +2,7 @@
 // blocks, exit status and the state file's life cycle.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -202,6 +203,20 @@ TEST(Dispatcher, KnowledgeWithAnotherOptionImportsNothing) {
                 report_head("load_knowledge", "1.00", "null") + "\t\"results\": [],\n" +
                     kNullDetectionResults + totals_tail(0, 0, 0, 0),
                 0, StateAfter::unchanged}});
+}
+
+// Learn and detect open the state file for update, so one that cannot be written
+// counts as missing; the other commands load it and fail on the save.
+TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root may write a read-only file";
+  Session s;
+  s.run({kInit});
+  std::filesystem::permissions(s.path("Vantelo.dat"), std::filesystem::perms::owner_read);
+  s.run_steps({
+      {{kSensitivity, "2"}, "Error: could not write state file Vantelo.dat !\n", 1,
+       StateAfter::unchanged},
+      {{kLearn, "--array", "1", "2", "3"}, kStateMissing, 1, StateAfter::unchanged},
+  });
 }
 
 TEST(Dispatcher, ADirectoryAsStateFileIsNeverReplaced) {

@@ -204,7 +204,7 @@ TEST(Learning, EveryPassGivesTheDistancesOfItsSelectors) {
 
 TEST(Learning, APassTakingTheLastPairFromTheCacheLeavesItsWorkspace) {
   large_pair_model(51, 60, 20);  // both large, the smallest kept: signals are dropped
-  cluster_table[9].count = 30;
+  cluster_table[9] = {30, 0.0f, {9000.0f, 0.0f, 0.0f}};
   spare_slot = 5;
   learn_x(100000.0f);
   learn_x(200000.0f);  // only slot 5 changed
