@@ -205,6 +205,14 @@ TEST(Dispatcher, KnowledgeWithAnotherOptionImportsNothing) {
                 0, StateAfter::unchanged}});
 }
 
+TEST(Dispatcher, ASaveRemovesATemporaryNameLeftByAKilledRun) {
+  Session s;
+  s.run({kInit});
+  s.write_file(".Vantelo.dat.tmp", "left by a killed run");
+  EXPECT_EQ(0, s.run({kSensitivity, "2"}).status);
+  EXPECT_FALSE(s.read_file(".Vantelo.dat.tmp").has_value());
+}
+
 // Learn and detect open the state file for update, so one that cannot be written
 // counts as missing; the other commands load it and fail on the save.
 TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
