@@ -37,7 +37,7 @@ TEST(MinMax, TheSignOfAZeroResultIsTheSameInEitherOrder) {
   EXPECT_FALSE(std::signbit(double_max(0.0, -0.0)));
 }
 
-TEST(MinMax, OrderedValuesAndInfinities) {
+TEST(MinMax, OrderedValuesCompareAsNumbers) {
   EXPECT_FLOAT_BITS(1.1f, float_min(1.1f, 2.1f));
   EXPECT_FLOAT_BITS(1.1f, float_min(2.1f, 1.1f));
   EXPECT_FLOAT_BITS(kInf, float_max(kInf, 3.0f));

@@ -359,7 +359,7 @@ TEST(FloatScannerDiff, NotableTexts) {
 }
 
 // The sign of "-nan", and what the failures consume, spelled out.
-TEST(FloatScanner, SignsAndFailures) {
+TEST(FloatScanner, SignsAndConsumedBytesMatchFscanf) {
   const auto scan = [](const char* text, std::uint64_t consumed, int result) {
     ByteReader in(reinterpret_cast<const unsigned char*>(text), std::strlen(text));
     float value = kUntouched;
@@ -392,7 +392,7 @@ TEST(FloatScannerDiff, TokensAcrossBlocks) {
   EXPECT_EQ(file_difference(lines), "");
 }
 
-TEST(ByteReader, EndFailureAndUngetAcrossBlocks) {
+TEST(ByteReader, UngetCrossesABlockBoundaryAndTheEndStays) {
   std::string bytes(ByteReader::kBlockSize + 2, 'a');
   bytes[ByteReader::kBlockSize - 1] = 'b';
   bytes[ByteReader::kBlockSize] = 'c';
@@ -417,7 +417,9 @@ TEST(ByteReader, EndFailureAndUngetAcrossBlocks) {
   EXPECT_EQ(in->get(), ByteReader::kEnd);
   EXPECT_EQ(in->consumed(), bytes.size());
   std::fclose(file);
+}
 
+TEST(ByteReader, ABrokenDescriptorFailsWithoutReachingTheEnd) {
   auto broken = std::make_unique<ByteReader>(-1);
   float value = kUntouched;
   EXPECT_EQ(scan_float(*broken, &value), -1);

@@ -35,7 +35,7 @@ std::string loaded_report(const std::string& file, int learned, int detected) {
          kNullDetectionResults + totals_tail(learned, detected, detected, 0);
 }
 
-TEST(KnowledgeImport, AcceptedAndRejectedFiles) {
+TEST(KnowledgeImport, OnlyAMatchingWholeRecordReplacesTheState) {
   Session s;
   s.write_state(StateImage::after_init().learned(3).i32(4, 6).i32(8, 6).bytes());
   s.write_file("model.bin", knowledge_bytes(288));

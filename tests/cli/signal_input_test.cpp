@@ -34,13 +34,25 @@ void learn_twelve(Session& s) {
   ASSERT_EQ(s.run({kLearn, "--file", "train.csv"}).status, 0);
 }
 
-TEST(SignalInput, LearnByArray) {
+TEST(SignalInput, LearnByArrayReadsTheValuesAsStrtodDoes) {
   Session s;
   s.run({kInit});
   const std::string report = learning_head("array") + learn_entry(1, 0, true) + kResultsClose +
                              learning_tail(1);
+  s.run_steps({{{kLearn, "--array", "1", "abc", "3"}, report, 0, StateAfter::changed}});
+  // "abc" reads as 0: the signal learned was (1, 0, 3), in slot 0.
+  const std::string state = *s.state();
+  float center[3];
+  std::memcpy(center, state.data() + 31, sizeof center);
+  EXPECT_EQ(1.0f, center[0]);
+  EXPECT_EQ(0.0f, center[1]);
+  EXPECT_EQ(3.0f, center[2]);
+}
+
+TEST(SignalInput, AnArrayOfOtherThanThreeValuesIsRefused) {
+  Session s;
+  s.run({kInit});
   s.run_steps({
-      {{kLearn, "--array", "1", "abc", "3"}, report, 0, StateAfter::changed},
       {{kLearn, "--array", "1", "2"},
        "Error the number of input data is too small !!!\nNumber of input data: 2, instead of 3\n", 1},
       {{kLearn, "--array"},
@@ -48,16 +60,9 @@ TEST(SignalInput, LearnByArray) {
       {{kLearn, "--array", "1", "2", "3", "4"},
        "Error the number of input data is too large !!!\nNumber of input data: 4, instead of 3\n", 1},
   });
-  // "abc" reads as 0: the signal learned was (1, 0, 3), in slot 0.
-  const std::string state = *s.state();
-  float center[3];
-  std::memcpy(center, state.data() + 31, sizeof center);
-  EXPECT_EQ(center[0], 1.0f);
-  EXPECT_EQ(center[1], 0.0f);
-  EXPECT_EQ(center[2], 3.0f);
 }
 
-TEST(SignalInput, LearnByFileWithAndWithoutRange) {
+TEST(SignalInput, LearnByFileReadsTheWholeFileOrTheRange) {
   Session s;
   s.run({kInit});
   s.write_file("three.csv", "1,2,3\n4,5,6\n7,8,9\n");
@@ -77,7 +82,7 @@ TEST(SignalInput, LearnByFileWithAndWithoutRange) {
   });
 }
 
-TEST(SignalInput, RangeOptionErrors) {
+TEST(SignalInput, ABadRangeIsRefusedWithItsOwnMessage) {
   Session s;
   s.run({kInit});
   s.write_file("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
@@ -105,8 +110,10 @@ TEST(SignalInput, RangeOptionErrors) {
       {learn("--end", "0", "--begin", "9"), bad_end, 1},
       {learn("--begin", "1", "--end", "6"),
        "Error: argument --end is not compatible with the number of lines in file !\n", 1},
-      {learn("--begin", "1", "--end", "99999999999"),
+      // Beyond 32 bits: the nearest 32-bit value, not the low 32 bits (which are 1 here).
+      {learn("--begin", "1", "--end", "4294967297"),
        "Error: argument --end is not compatible with the number of lines in file !\n", 1},
+      {learn("--begin", "-4294967295", "--end", "2"), bad_begin, 1},
       {learn("--begin", "1", "--stop", "2"), invalid, 1},
       {learn("--begin", "1", "--begin", "2"), invalid, 1},
       {learn("--end", "2", "--end", "3"), invalid, 1},
@@ -163,7 +170,7 @@ TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
   });
 }
 
-TEST(SignalInput, LastLineWithoutNewline) {
+TEST(SignalInput, TheLastLineWithoutANewlineIsNeverRead) {
   Session s;
   s.run({kInit});
   s.write_file("open.csv", "1,2,3\n4,5,6\n7,8,9");
@@ -182,7 +189,7 @@ TEST(SignalInput, LastLineWithoutNewline) {
   });
 }
 
-TEST(SignalInput, DetectCountsAcrossInvocations) {
+TEST(SignalInput, DetectionTotalsCountAcrossInvocations) {
   Session s;
   learn_twelve(s);
   const std::string head = report_head("detection", "1.00", "array") + kResultsOpen;
@@ -217,7 +224,7 @@ std::string threshold_state(float radius) {
   return image.bytes();
 }
 
-TEST(SignalInput, NominalThreshold) {
+TEST(SignalInput, SimilaritiesAbove89AreNominal) {
   Session s;
   s.write_state(threshold_state(0.29f * 90.01f / 90.0f));  // just above 90
   auto detect = [&](int similarity) {

@@ -27,7 +27,7 @@ void expect_plan(float f_upper, float f_lower, FilterType type,
   }
 }
 
-TEST(BandFilterPlan, CallsAndCutoffsOfEachType) {
+TEST(BandFilterPlan, TheCallsFollowTheTypeOfTheBand) {
   expect_plan(20, 0, FILTER_LOWPASS, {{20, 0}, {0, 0}, {0, 20}, {0, 20}});
   expect_plan(50, 10, FILTER_HIGHPASS, {{10, 0}, {10, 50}, {10, 50}});
   expect_plan(30, 10, FILTER_BANDPASS, {{10, 30}, {10, 30}});
@@ -46,7 +46,7 @@ class BandFilteredValues : public ::testing::Test {
   float* work = &out[3];
 };
 
-TEST_F(BandFilteredValues, NormsPassThroughAndOneValueFiltered) {
+TEST_F(BandFilteredValues, APassThroughTakesTheNormOfTheFirstThreeValues) {
   const float src[] = {3, 4, 0, 100};
   vector_norm_to_slot(src, 3, out);
   vector_norm_to_slot(src, -4, out + 1);
@@ -58,9 +58,12 @@ TEST_F(BandFilteredValues, NormsPassThroughAndOneValueFiltered) {
   expect_values({5, 5, 3, kUntouched}, out);  // out[3] is work[0], left alone
   filtered_norm(src, 1, work, out, 100, 50, 0);
   EXPECT_FLOAT_BITS(5.0f, out[0]);
+}
 
+TEST_F(BandFilteredValues, OneValueGivesItselfOncePerLowPassCall) {
   // One value minus its own mean is 0: each low-pass call adds the value back,
   // high- and band-pass calls add 0, into a work[0] cleared first.
+  const float src[] = {3, 4, 0, 100};
   filtered_first_sample(src, work, out, 100, 20, 0);
   filtered_first_sample(src, work, out + 1, 100, 50, 10);
   filtered_norm(src, 3, work, out + 2, 100, 20, 0);

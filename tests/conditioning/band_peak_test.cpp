@@ -43,7 +43,7 @@ class SpectrumPeaks : public ::testing::Test {
   float out[4] = {kUntouched, kUntouched, kUntouched, kUntouched};
 };
 
-TEST_F(SpectrumPeaks, BinFloorAndReadyMadeSpectra) {
+TEST_F(SpectrumPeaks, ReadyMadeSpectraFloorTheirBinsBeforeThePeak) {
   float spectrum[] = {0.5f, -1, kNaN, 0.2f};
   set_vector_length(4);
   vector_peak(nullptr, 0, spectrum, out);

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
+#include <random>
 #include <vector>
 
 #include "expect_values.h"
@@ -16,22 +16,37 @@ using test::kInf;
 using test::kNaN;
 using test::kUntouched;
 
-TEST(ResampleBins, MaximaMeansAndFallbacks) {
+TEST(ResampleBins, EachOutputIsTheMaximumOrMeanOfItsBin) {
   float out[4];
   const float uneven[] = {10, 1, 30, 2, 7};  // r = 1.25: bins 0 | 1, 2 | 3 | 4
   resample_buffer(uneven, 5, out, 0, 4, RESAMPLE_BIN_MAX);
   expect_values({10, 30, 2, 7}, out);
   resample_buffer(uneven, 5, out, 0, 4, RESAMPLE_BIN_MEAN);
   expect_values({10, 15.5f, 2, 7}, out);
-  // An all-NaN bin stays below the minimum 2 and takes the output before it. A
-  // mode above 4 writes no bin: slots below the minimum are filled from src[0],
-  // then from the output before them; the others keep their values.
+}
+
+TEST(ResampleBins, ABinBelowTheMinimumTakesTheOutputBeforeIt) {
+  // An all-NaN bin stays below the minimum 2. A mode above 4 writes no bin: slots below
+  // the minimum are filled from src[0], then from the output before them; the others keep
+  // their values.
+  float out[3];
   const float gap[] = {5, 2, kNaN, kNaN, 3, 4};
   resample_buffer(gap, 6, out, 0, 3, RESAMPLE_BIN_MAX);
   expect_values({5, 5, 4}, out);
   float old[] = {-100, -100, 100};
   resample_buffer(gap, 6, old, 0, 3, 9);
   expect_values({5, 5, 100}, old);
+}
+
+TEST(ResampleBins, AnOutputEqualToTheMinimumIsKept) {
+  float out[3];
+  const float low_middle[] = {5, 3, 1, 1, 9, 9};  // bins {5, 3} | {1, 1} | {9, 9}
+  resample_buffer(low_middle, 6, out, 0, 3, RESAMPLE_BIN_MAX);
+  expect_values({5, 1, 9}, out);
+  float old[] = {1, 0};  // a mode above 4: the old 1 is not below the minimum 1
+  const float src[] = {3, 1, 5, 6};
+  resample_buffer(src, 4, old, 0, 2, 9);
+  expect_values({1, 1}, old);
 }
 
 TEST(ResampleBins, ExtremeRatiosStayInsideTheSource) {
@@ -49,31 +64,81 @@ TEST(ResampleBins, ExtremeRatiosStayInsideTheSource) {
   expect_values({65534, kUntouched}, &out[65533]);
 }
 
-TEST(ResampleOtherModes, MovingAverageKeptEndsAndCopies) {
-  const float src[] = {1, 2, 3, 4, 5};
-  float out[9] = {1e30f, -1e30f, 7};  // finite old values weigh 0 ...
-  resample_buffer(src, 5, out, 0, 3, RESAMPLE_MOVING_AVERAGE);
-  expect_values({2, 3, 4}, out);
-  float seeded[3] = {kInf, 0, kNaN};  // ... but 0 * inf and NaN poison the mean
-  resample_buffer(src, 5, seeded, 0, 3, RESAMPLE_MOVING_AVERAGE);
-  EXPECT_TRUE(std::isnan(seeded[0]) && std::isnan(seeded[2]));
-  resample_buffer(src, 5, out, 0, 2, RESAMPLE_KEEP_LAST);
-  expect_values({4, 5}, out);
-
-  // Every mode: n_out >= n_in copies the n_in values, and all writes keep to
-  // offset .. offset + n_out - 1.
-  for (std::uint16_t mode : {0, 1, 2, 3, 4, 200}) {
-    std::fill(out, out + 9, kUntouched);
-    resample_buffer(src, 5, out, 3, 0, mode);
-    resample_buffer(src, 2, out, 3, 4, mode);
-    expect_values({kUntouched, kUntouched, kUntouched, 1, 2, kUntouched}, out);
-    resample_buffer(src, 5, out, 3, 4, mode);
-    EXPECT_FLOAT_BITS(kUntouched, out[2]);
-    EXPECT_FLOAT_BITS(kUntouched, out[7]);
+// The moving average as documented, one output at a time: output o starts from its
+// slot's old value times 0 and takes in src[o + j] for j = 0 .. n_in - n_out, each step
+// written back.
+void moving_average_one_by_one(const std::vector<float>& src, float* out, int n_out) {
+  const int n_in = static_cast<int>(src.size());
+  for (int o = 0; o < n_out; ++o) {
+    for (int j = 0; j <= n_in - n_out; ++j) {
+      out[o] = (src[o + j] + static_cast<float>(j) * out[o]) / static_cast<float>(j + 1);
+    }
   }
 }
 
-TEST(OffsetRemoval, MeansAbsoluteValuesAndPercent) {
+TEST(ResampleMovingAverage, EqualsTheRunningMeanOfEachOutputBitForBit) {
+  std::mt19937 random(11);
+  std::uniform_real_distribution<float> value(-50.0f, 50.0f);
+  for (int n_out : {8, 9, 15, 16, 17}) {
+    for (int n_in : {n_out + 1, n_out + 6, 41}) {
+      for (int offset : {0, 3}) {
+        std::vector<float> src(n_in);  // exactly sized: a read past it shows under ASan
+        for (float& x : src) x = value(random);
+        // Old values: finite ones weigh 0, an infinity or a NaN poisons its output.
+        std::vector<float> expected(offset + n_out + 2, kUntouched);
+        for (int o = 0; o < n_out; ++o) expected[offset + o] = value(random) * 1e30f;
+        expected[offset + 1] = kInf;
+        expected[offset + 8] = kNaN;
+        expected[offset + n_out - 1] = -kInf;
+        std::vector<float> out = expected;
+        resample_buffer(src.data(), static_cast<std::uint16_t>(n_in), out.data(),
+                        static_cast<std::uint16_t>(offset), static_cast<std::uint16_t>(n_out),
+                        RESAMPLE_MOVING_AVERAGE);
+        moving_average_one_by_one(src, expected.data() + offset, n_out);
+        for (std::size_t i = 0; i < out.size(); ++i) {
+          EXPECT_FLOAT_BITS(expected[i], out[i])
+              << "slot " << i << ", n_in " << n_in << ", n_out " << n_out << ", offset " << offset;
+        }
+      }
+    }
+  }
+}
+
+TEST(ResampleKeep, FirstAndLastModesKeepTheirEndOfTheInput) {
+  const float src[] = {1, 2, 3, 4, 5};
+  float out[2];
+  resample_buffer(src, 5, out, 0, 2, RESAMPLE_KEEP_FIRST);
+  expect_values({1, 2}, out);
+  resample_buffer(src, 5, out, 0, 2, RESAMPLE_KEEP_LAST);
+  expect_values({4, 5}, out);
+}
+
+TEST(ResampleEveryMode, CopiesTheInputsWhenTheOutputsAreAsMany) {
+  const float src[] = {1, 2, 3, 4, 5};
+  for (std::uint16_t mode : {0, 1, 2, 3, 4, 200}) {
+    float out[8];
+    std::fill(out, out + 8, kUntouched);
+    resample_buffer(src, 5, out, 1, 5, mode);
+    expect_values({kUntouched, 1, 2, 3, 4, 5, kUntouched}, out);
+    resample_buffer(src, 2, out, 5, 4, mode);  // more outputs: the inputs still
+    expect_values({kUntouched, 1, 2, 3, 4, 1, 2, kUntouched}, out);
+  }
+}
+
+TEST(ResampleEveryMode, WritesOnlyTheOutputsAtTheOffset) {
+  const float src[] = {1, 2, 3, 4, 5};
+  for (std::uint16_t mode : {0, 1, 2, 3, 4, 200}) {
+    float out[9];
+    std::fill(out, out + 9, kUntouched);
+    resample_buffer(src, 5, out, 3, 0, mode);
+    for (float x : out) EXPECT_FLOAT_BITS(kUntouched, x) << "mode " << mode;
+    resample_buffer(src, 5, out, 3, 4, mode);
+    EXPECT_FLOAT_BITS(kUntouched, out[2]) << "mode " << mode;
+    EXPECT_FLOAT_BITS(kUntouched, out[7]) << "mode " << mode;
+  }
+}
+
+TEST(OffsetRemoval, EachBlockLosesItsOwnMean) {
   float blocks[] = {1, 2, 3, 10, 20, 30};
   remove_block_means(blocks, 3, 2);
   expect_values({-1, 0, 1, -10, 0, 10}, blocks);
@@ -81,11 +146,17 @@ TEST(OffsetRemoval, MeansAbsoluteValuesAndPercent) {
   for (std::size_t i = 0; i < 600; ++i) many[i] = static_cast<float>(i / 2 + 2 * (i % 2));
   remove_block_means(many.data(), 2, 300);
   expect_values({-1, 1}, &many[598]);
-  float buffer[] = {1, 2, 3, -100};
-  remove_mean(buffer, 65536u + 3u);  // the low 16 bits count
-  abs_in_place(buffer, 1);
-  expect_values({1, 0, 1, -100}, buffer);
+}
 
+TEST(OffsetRemoval, TheMeanCountsTheLow16BitsOfN) {
+  float buffer[] = {1, 5, 0, -100};
+  remove_mean(buffer, 65536u + 3u);
+  expect_values({-1, 3, -2, -100}, buffer);
+  abs_in_place(buffer, 2);
+  expect_values({1, 3, -2}, buffer);
+}
+
+TEST(PercentOf, TruncatesTheFloatOfTheWrappedProduct) {
   EXPECT_EQ(percent_of(200, 0, 25), 50);
   EXPECT_EQ(percent_of(-200, 7, 25), -50);  // every flag gives the flag-0 result
   // 67108900 has no float: it becomes 67108896, whose 1 % truncates to 671088.

@@ -17,19 +17,27 @@ using test::kNaN;
 using Floats = std::vector<float>;
 
 // The sums of squares are checked through the Euclidean distance and the angle below.
-TEST(VectorPrimitives, ReductionsScalarsAndMaps) {
-  const float a[] = {1, 2, 3}, b[] = {3, 2, 1}, m[] = {1, 2, 4};
+TEST(VectorPrimitives, MeanIsOneDivisionOfTheSum) {
+  const float m[] = {1, 2, 4};
   float out;
   vector_mean(m, 3, &out);
-  EXPECT_FLOAT_BITS(7.0f / 3.0f, out);  // one division, not a product with 1/3
-  // find_max: the first of equal maxima; NaN never wins, nor is it replaced.
+  EXPECT_FLOAT_BITS(7.0f / 3.0f, out);  // not a product with 1/3
+}
+
+TEST(VectorPrimitives, FindMaxKeepsTheFirstMaximumAndALeadingNaN) {
+  float out;
   struct Max { float v[4]; std::uint32_t n, index; float value; };
   for (const Max& c : {Max{{2, 5, 5, 1}, 4, 1, 5}, Max{{kNaN, 1, 2}, 3, 0, kNaN},
                        Max{{1, kNaN, 2}, 3, 2, 2}}) {
     std::uint32_t index = 9;
     find_max(c.v, c.n, &out, &index);
-    EXPECT_TRUE(test::bits(c.value) == test::bits(out) && c.index == index) << out;
+    EXPECT_FLOAT_BITS(c.value, out);
+    EXPECT_EQ(c.index, index);
   }
+}
+
+TEST(VectorPrimitives, SqrtOrZeroAndAbsKeepTheSignOfZero) {
+  float out;
   // Ordered tests: -0.0 passes x >= 0 and keeps its sign through sqrtf; NaN fails.
   for (const auto& [x, root] : {std::pair{16.0f, 4.0f}, {-1.0f, 0.0f}, {kNaN, 0.0f},
                                 {-0.0f, -0.0f}}) {
@@ -38,7 +46,10 @@ TEST(VectorPrimitives, ReductionsScalarsAndMaps) {
   }
   EXPECT_FLOAT_BITS(-0.0f, abs_float(-0.0f));
   EXPECT_FLOAT_BITS(2.5f, abs_float(-2.5f));
+}
 
+TEST(VectorPrimitives, ElementWiseMapsTouchEachElementOnce) {
+  const float a[] = {1, 2, 3}, b[] = {3, 2, 1};
   Floats maps(12);
   vector_sub(a, b, &maps[0], 3);
   vector_add(a, b, &maps[3], 3);
@@ -47,15 +58,19 @@ TEST(VectorPrimitives, ReductionsScalarsAndMaps) {
   vector_add_scalar(&maps[3], &maps[3], 5, 10.0f);  // in place: each element once
   vector_add_scalar(a, &maps[0], 0, 1.0f);
   EXPECT_EQ(Floats({-2, 0, 2, 14, 14, 14, 10.5f, 11, 1.5f, 3, 2, 1}), maps);
+}
 
-  float mean = 0.0f, max = 0.0f;  // empty reductions read nothing and give NaN (index 0)
+TEST(VectorPrimitives, EmptyReductionsReadNothingAndGiveNaN) {
+  float mean = 0.0f, max = 0.0f;
   std::uint32_t index = 7;
   vector_mean(nullptr, 0, &mean);
   find_max(nullptr, 0, &max, &index);
-  EXPECT_TRUE(std::isnan(mean) && std::isnan(max) && index == 0);
+  EXPECT_TRUE(std::isnan(mean)) << mean;
+  EXPECT_TRUE(std::isnan(max)) << max;
+  EXPECT_EQ(0u, index);
 }
 
-TEST(PearsonCorrelation, RawSumsClampedToUnitRange) {
+TEST(PearsonCorrelation, ComesFromRawSumsAndGivesZeroBeyondOne) {
   struct Case { float x[3], y[3]; std::uint16_t n; float expected; };
   const Case cases[] = {
       {{1, 2, 3}, {2, 4, 6}, 3, 1.0f},
@@ -77,34 +92,39 @@ float dist(int kind, const float* x, const float* y, float* work, std::uint32_t 
 }
 
 // Kinds 0 to 2 on ordinary vectors are checked through measure_distance below.
-TEST(VectorDistance, RoundingNaNAndCounts) {
+TEST(VectorDistance, ElementWiseKindsRoundAsTheEngineAndSkipNaN) {
   const float x[] = {3, -1, 2}, y[] = {1, 1, 1}, zero[] = {0, 0, 0}, tenth[] = {0.1f, 0, 0};
   const float nan_first[] = {kNaN, 1, 2}, nan_later[] = {1, kNaN, 2};
-  const float inc[] = {1, 2, 3}, dec[] = {3, 2, 1}, four = 4, minus_one = -1;
   float work[3] = {};
   for (int k : {17, 255}) EXPECT_FLOAT_BITS(3.0f, dist(k, x, y, work, 3));
-  EXPECT_TRUE(work[0] == 2.0f && work[1] == 2.0f && work[2] == 1.0f);
+  EXPECT_EQ(Floats({2, 2, 1}), Floats(work, work + 3));
   // Manhattan divides by n and multiplies back: two roundings.
   EXPECT_FLOAT_BITS(0.10000001f, dist(DIST_MANHATTAN, tenth, zero, work, 3));
   EXPECT_FLOAT_BITS(0.0f, dist(DIST_EUCLIDEAN, nan_first, zero, work, 3));
   EXPECT_TRUE(std::isnan(dist(DIST_CHEBYSHEV, nan_first, zero, work, 3)));
   EXPECT_FLOAT_BITS(2.0f, dist(DIST_CHEBYSHEV, nan_later, zero, work, 3));
+}
 
-  // Correlation and cosine never touch work (a null one); the count is taken modulo 2^16.
+TEST(VectorDistance, CorrelationAndCosineNeverTouchTheWorkspace) {  // a null one here
+  const float x[] = {3, -1, 2}, y[] = {1, 1, 1}, zero[] = {0, 0, 0};
+  const float inc[] = {1, 2, 3}, dec[] = {3, 2, 1}, four = 4, minus_one = -1;
+  // The count is taken modulo 2^16.
   EXPECT_FLOAT_BITS(2.0f, dist(DIST_CORRELATION, inc, dec, nullptr, 65538u));
   EXPECT_FLOAT_BITS(0.0f, dist(DIST_CORRELATION, inc, dec, nullptr, 65537u));
   EXPECT_FLOAT_BITS(1.0f - 4.0f / (std::sqrt(14.0f) * std::sqrt(3.0f)),
                     dist(DIST_COSINE, x, y, nullptr, 3));
   EXPECT_FLOAT_BITS(2.0f, dist(DIST_COSINE, &four, &minus_one, nullptr, 1));
   EXPECT_TRUE(std::isnan(dist(DIST_COSINE, x, zero, nullptr, 3)));
-  // Empty vectors are never read, nor is work: 0.0, but 0/0 for the cosine.
+}
+
+TEST(VectorDistance, EmptyVectorsAreNeverRead) {  // 0.0, but 0/0 for the cosine
   for (int k : {0, 1, 2, 3, 9}) EXPECT_FLOAT_BITS(0.0f, dist(k, nullptr, nullptr, nullptr, 0));
   EXPECT_TRUE(std::isnan(dist(DIST_COSINE, nullptr, nullptr, nullptr, 0)));
 }
 
 float angle(const float* x, const float* y) { return measure_distance(0, 4, 1, x, y, nullptr, 3); }
 
-TEST(MeasureDistance, SelectorsCombineFlagAndAngleClamps) {
+TEST(MeasureDistance, TheAngleClampsItsCosineToPlusMinusOne) {
   // Parallel (2x) rounds to a cosine of 0.99999994; 1000-scale vectors to +-1.0000001 (clamped).
   struct Case { float x[3], y[3], expected; };
   for (const Case& c : {Case{{1, 0, 0}, {0, 1, 0}, 1.5707964f}, {{1, 0, 0}, {-2, 0, 0}, 3.1415927f},
@@ -112,9 +132,12 @@ TEST(MeasureDistance, SelectorsCombineFlagAndAngleClamps) {
                         {{5.5f, -2.25f, 1000}, {5.5f, -2.25f, 1000}, 0.0f},
                         {{5.5f, -2.25f, 1000}, {-5.5f, 2.25f, -1000}, 3.1415927f}})
     EXPECT_FLOAT_BITS(c.expected, angle(c.x, c.y));
-  const float x[] = {3, -1, 2}, y[] = {1, 1, 1}, zero[3] = {};
+  const float zero[3] = {};
   EXPECT_TRUE(std::isnan(angle(zero, zero)));
+}
 
+TEST(MeasureDistance, TheFlagMultipliesTheTwoSelectedMeasures) {
+  const float x[] = {3, -1, 2}, y[] = {1, 1, 1};
   float work[3];
   const float expected[] = {2, 5, 3, 1, std::acos(4.0f / (std::sqrt(14.0f) * std::sqrt(3.0f)))};
   auto pick = [&](int s) { return expected[s == 3 || s == 4 ? s : s > 2 ? 2 : s]; };
@@ -122,37 +145,55 @@ TEST(MeasureDistance, SelectorsCombineFlagAndAngleClamps) {
     for (int a : {0, 1, 2, 3, 4, 5, 255})
       for (int b : {0, 1, 2, 3, 4, 5, 255})
         EXPECT_FLOAT_BITS(pick(a) * pick(b), measure_distance(flag, a, b, x, y, work, 3));
+}
 
-  // Absolute correlation 1 - |r|; r = 1 below 2 elements (the low 16 bits of n). Without
-  // the flag the second measure is not evaluated: on a null work it would crash.
-  const float inc[] = {1, 2, 3}, dec[] = {3, 2, 1}, half[] = {1, 3, 2};
+TEST(MeasureDistance, AbsoluteCorrelationIsOneMinusTheMagnitudeOfR) {
+  // r = 1 below 2 elements (the low 16 bits of n). Without the flag the second measure is
+  // not evaluated: on a null work it would crash.
+  const float inc[] = {1, 2, 3}, dec[] = {3, 2, 1}, half[] = {1, 3, 2}, y[] = {1, 1, 1};
   EXPECT_FLOAT_BITS(0.0f, measure_distance(0, 3, 0, inc, dec, nullptr, 3));
   EXPECT_FLOAT_BITS(0.5f, measure_distance(0, 3, 0, inc, half, nullptr, 3));
   for (std::uint32_t n : {1u, 65536u, 65537u})
     EXPECT_FLOAT_BITS(0.0f, measure_distance(0, 3, 0, inc, y, nullptr, n));
 }
 
-TEST(MatrixInvert, SmallMatricesAndTinyOrders) {
-  std::uint16_t pivot[3] = {9, 9, 9};
-  float a[] = {4, 7, 2, 6};
-  ASSERT_EQ(1, matrix_invert(a, pivot, 2));
-  EXPECT_TRUE(pivot[0] == 1 && pivot[1] == 1);  // 7 leads row 0; row 1 searches column 1 only
-  EXPECT_EQ(Floats({0.59999996f, -0.69999987f, -0.19999997f, 0.39999995f}), Floats(a, a + 4));
-  float tie[] = {1, -1, 0, 1};  // equal magnitudes: the later column wins
-  EXPECT_TRUE(matrix_invert(tie, pivot, 2) == 1 && pivot[0] == 1 && tie[0] == 1 && tie[1] == 1 &&
-              tie[2] == 0 && tie[3] == 1);
-  float singular[] = {1, 2, 3, 2, 4, 6, 1, 1, 1};
-  EXPECT_EQ(0, matrix_invert(singular, pivot, 3));
-  // A NaN row has no qualifying pivot: the column of the step before is kept.
-  float with_nan[] = {5, 1, 1, kNaN, kNaN, kNaN, 1, 1, 4};
-  EXPECT_TRUE(matrix_invert(with_nan, pivot, 3) == 1 && pivot[0] == 0 && pivot[1] == 0 &&
-              pivot[2] == 0);
+using Pivots = std::vector<std::uint16_t>;
 
-  float one = 4.0f, zero = 0.0f;
-  pivot[0] = 9;
-  EXPECT_TRUE(matrix_invert(&one, pivot, 0) == 1 && one == 4.0f && pivot[0] == 9);  // untouched
-  EXPECT_TRUE(matrix_invert(&one, pivot, 1) == 1 && one == 0.25f && pivot[0] == 0);
+TEST(MatrixInvert, PivotsOnTheLargestMagnitudeTheLaterColumnOnTies) {
+  Pivots pivot{9, 9};
+  Floats a{4, 7, 2, 6};
+  ASSERT_EQ(1, matrix_invert(a.data(), pivot.data(), 2));
+  EXPECT_EQ(Pivots({1, 1}), pivot);  // 7 leads row 0; row 1 searches column 1 only
+  EXPECT_EQ(Floats({0.59999996f, -0.69999987f, -0.19999997f, 0.39999995f}), a);
+  Floats tie{1, -1, 0, 1};  // equal magnitudes
+  EXPECT_EQ(1, matrix_invert(tie.data(), pivot.data(), 2));
+  EXPECT_EQ(1, pivot[0]);
+  EXPECT_EQ(Floats({1, 1, 0, 1}), tie);
+}
+
+TEST(MatrixInvert, ASingularMatrixGives0) {
+  std::uint16_t pivot[3];
+  float singular[] = {1, 2, 3, 2, 4, 6, 1, 1, 1}, zero = 0.0f;
+  EXPECT_EQ(0, matrix_invert(singular, pivot, 3));
   EXPECT_EQ(0, matrix_invert(&zero, pivot, 1));
+}
+
+TEST(MatrixInvert, ANaNRowKeepsThePivotColumnOfTheStepBefore) {
+  Pivots pivot{9, 9, 9};
+  float with_nan[] = {5, 1, 1, kNaN, kNaN, kNaN, 1, 1, 4};
+  EXPECT_EQ(1, matrix_invert(with_nan, pivot.data(), 3));
+  EXPECT_EQ(Pivots({0, 0, 0}), pivot);
+}
+
+TEST(MatrixInvert, OrderZeroTouchesNothingAndOrderOneInverts) {
+  float one = 4.0f;
+  std::uint16_t pivot = 9;
+  EXPECT_EQ(1, matrix_invert(&one, &pivot, 0));
+  EXPECT_EQ(4.0f, one);
+  EXPECT_EQ(9, pivot);
+  EXPECT_EQ(1, matrix_invert(&one, &pivot, 1));
+  EXPECT_EQ(0.25f, one);
+  EXPECT_EQ(0, pivot);
 }
 
 TEST(MatrixInvert, ProductWithInverseIsIdentity) {

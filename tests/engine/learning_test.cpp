@@ -5,8 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
+#include "distance/measure.h"
 #include "engine/model.h"
 #include "test_util.h"
 
@@ -32,7 +35,7 @@ void fill_table_far_apart() {
   for (int k = 0; k < 9; ++k) learn_x(1000.0f * static_cast<float>(k));
 }
 
-TEST(Learning, FirstNineFillAndTheTenthMerges) {
+TEST(Learning, TheTenthSignalMergesWithTheNearestOfTheFirstNine) {
   reset_squared_euclidean();
   for (int k = 0; k < 9; ++k) learn_x(10.0f * static_cast<float>(k));
   for (int k = 0; k < 9; ++k) EXPECT_EQ(cluster_table[k].center[0], 10.0f * static_cast<float>(k));
@@ -51,31 +54,45 @@ TEST(Learning, FirstNineFillAndTheTenthMerges) {
   EXPECT_EQ(closest_distance, 1.0f);
 }
 
-TEST(Learning, MergeArithmetic) {
+TEST(Learning, MergeMovesTheCenterAndTakesTheLargerRadius) {
   reset_squared_euclidean();
-  ClusterRecord a{1, 0.0f, {0.0f, 0.0f, 0.0f}};
-  ClusterRecord b{1, 0.0f, {2.0f, 0.0f, 0.0f}};
+  ClusterRecord a{1, 0.0f, {0.0f, 4.0f, 0.0f}};
+  ClusterRecord b{1, 0.0f, {2.0f, 4.0f, 0.0f}};
   EXPECT_EQ(merge_clusters(&a, &b), 1);
-  EXPECT_EQ(a.center[0], 1.0f);
-  EXPECT_EQ(a.radius, 1.0f);  // dA = dB = 1
+  EXPECT_FLOAT_BITS(1.0f, a.center[0]);
+  EXPECT_FLOAT_BITS(4.0f, a.center[1]);
+  EXPECT_FLOAT_BITS(1.0f, a.radius);  // both moved by 1 (squared)
   EXPECT_EQ(a.count, 2);
   EXPECT_EQ(b.count, 1);
-  EXPECT_EQ(b.center[1], kEmptySlotCenter);
+  EXPECT_FLOAT_BITS(kEmptySlotCenter, b.center[1]);
 
-  // The center moves from the larger cluster, whichever of the two survives.
-  ClusterRecord big{3, 0.0f, {0.0f, 0.0f, 0.0f}};
-  ClusterRecord small{1, 0.0f, {4.0f, 0.0f, 0.0f}};
-  ClusterRecord big2 = big;
-  ClusterRecord small2 = small;
-  merge_clusters(&big, &small);
-  merge_clusters(&small2, &big2);
-  EXPECT_EQ(big.center[0], 1.0f);
-  EXPECT_EQ(small2.center[0], 1.0f);
-  EXPECT_EQ(small2.count, 4);
   // Radius candidates: (1/1) * 9 for the survivor against (1/3) * 1: the larger wins.
-  EXPECT_EQ(small2.radius, 9.0f);
+  ClusterRecord small{1, 0.0f, {4.0f, 0.0f, 0.0f}};
+  ClusterRecord big{3, 0.0f, {0.0f, 0.0f, 0.0f}};
+  merge_clusters(&small, &big);
+  EXPECT_FLOAT_BITS(1.0f, small.center[0]);
+  EXPECT_EQ(small.count, 4);
+  EXPECT_FLOAT_BITS(9.0f, small.radius);
+}
 
-  // A count sum beyond 16 bits is kept at the largest count.
+TEST(Learning, MergeMovesFromTheLargerClusterOrFromTheSurvivorOnATie) {
+  reset_squared_euclidean();
+  // 0.1 + 0.5 * (0.3 - 0.1) and 0.3 + 0.5 * (0.1 - 0.3) round apart.
+  ClusterRecord a{1, 0.0f, {0.1f, 0.0f, 0.0f}};
+  ClusterRecord b{1, 0.0f, {0.3f, 0.0f, 0.0f}};
+  merge_clusters(&a, &b);
+  EXPECT_FLOAT_BITS(0.20000002f, a.center[0]);
+  ClusterRecord small{1, 0.0f, {0.3f, 0.0f, 0.0f}};
+  ClusterRecord big{2, 0.0f, {0.1f, 0.0f, 0.0f}};
+  ClusterRecord big_first = big;
+  ClusterRecord small_second = small;
+  merge_clusters(&small, &big);
+  merge_clusters(&big_first, &small_second);
+  EXPECT_FLOAT_BITS(big_first.center[0], small.center[0]);
+}
+
+TEST(Learning, MergedCountsStopAt65535) {
+  reset_squared_euclidean();
   ClusterRecord huge{65000, 0.0f, {1.0f, 1.0f, 1.0f}};
   ClusterRecord other{1000, 0.0f, {1.0f, 1.0f, 1.0f}};
   merge_clusters(&huge, &other);
@@ -129,29 +146,71 @@ void large_pair_model(std::uint16_t count_a, std::uint16_t count_b, std::uint16_
   for (int k = 2; k < 9; ++k) cluster_table[k].count = k == 7 ? smallest : 30;
 }
 
-TEST(Learning, LargeClusterRule) {
+TEST(Learning, BothLargeReplaceASmallSmallestCluster) {
   large_pair_model(51, 60, 19);
-  learn_x(100000.0f);  // replace: the smallest cluster is emptied and becomes the spare
-  EXPECT_EQ(cluster_table[7].center[0], kEmptySlotCenter);
+  learn_x(100000.0f);  // the smallest cluster is emptied and becomes the spare
+  EXPECT_FLOAT_BITS(kEmptySlotCenter, cluster_table[7].center[0]);
   EXPECT_EQ(cluster_table[7].count, 1);
   EXPECT_EQ(spare_slot, 7);
   EXPECT_EQ(smallest_count, 65535);
-  EXPECT_EQ(cluster_table[9].center[0], 100000.0f);  // now a single-signal cluster
+  EXPECT_FLOAT_BITS(100000.0f, cluster_table[9].center[0]);  // now a single-signal cluster
   EXPECT_EQ(cluster_table[0].count, 51);
+}
 
+TEST(Learning, BothLargeDropTheSignalWhenTheSmallestIsNotSmall) {
   large_pair_model(51, 60, 20);
-  learn_x(100000.0f);  // drop: nothing changes but the spare's center and the tracker
+  learn_x(100000.0f);  // nothing changes but the spare's center and the tracker
   EXPECT_EQ(cluster_table[7].count, 20);
-  EXPECT_EQ(cluster_table[7].center[0], 7000.0f);
+  EXPECT_FLOAT_BITS(7000.0f, cluster_table[7].center[0]);
   EXPECT_EQ(spare_slot, 9);
   EXPECT_EQ(smallest_count, 20);
   EXPECT_EQ(smallest_count_slot, 7);
-  EXPECT_EQ(cluster_table[9].center[0], 100000.0f);
+  EXPECT_FLOAT_BITS(100000.0f, cluster_table[9].center[0]);
+}
 
-  large_pair_model(50, 100, 19);
-  learn_x(100000.0f);  // 50 is not large: merge
-  EXPECT_EQ(cluster_table[0].count, 150);
-  EXPECT_EQ(spare_slot, 1);
+TEST(Learning, AClusterOf50IsNotLarge) {
+  for (const auto& [count_a, count_b] : {std::pair{50, 100}, std::pair{100, 50}}) {
+    large_pair_model(count_a, count_b, 19);
+    learn_x(100000.0f);  // merge
+    EXPECT_EQ(cluster_table[0].count, 150) << count_a << " and " << count_b;
+    EXPECT_EQ(spare_slot, 1) << count_a << " and " << count_b;
+  }
+}
+
+// Each pass against every pair measured anew from the centers the pass saw, while the
+// selectors change one at a time between passes: a pass measures again only what changed,
+// and must notice new selectors.
+TEST(Learning, EveryPassGivesTheDistancesOfItsSelectors) {
+  fill_table_far_apart();
+  learn_x(1e6f);
+  for (const auto& [primary, secondary] : {std::pair{0, 2}, {0, 2}, {4, 2}, {0, 2}, {0, 1}, {0, 2}}) {
+    measure_primary = static_cast<std::uint8_t>(primary);
+    measure_secondary = static_cast<std::uint8_t>(secondary);
+    ClusterRecord seen[kClusterSlots];
+    std::copy(cluster_table, cluster_table + kClusterSlots, seen);
+    seen[spare_slot] = {seen[spare_slot].count, seen[spare_slot].radius, {2e6f, 0.0f, 0.0f}};
+    learn_x(2e6f);
+    float work[3];
+    for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
+      for (std::uint8_t j = i + 1; j < kClusterSlots; ++j) {
+        const float d = measure_distance(1, measure_secondary, measure_primary, seen[i].center,
+                                         seen[j].center, work, 3);
+        EXPECT_FLOAT_BITS(d, pair_distance[pair_index(i, j)])
+            << "pair " << int(i) << ", " << int(j) << " selectors " << primary << ", " << secondary;
+      }
+    }
+  }
+}
+
+TEST(Learning, APassTakingTheLastPairFromTheCacheLeavesItsWorkspace) {
+  large_pair_model(51, 60, 20);  // both large, the smallest kept: signals are dropped
+  cluster_table[9] = {30, 0.0f, {9000.0f, 0.0f, 0.0f}};
+  spare_slot = 5;
+  learn_x(100000.0f);
+  learn_x(200000.0f);  // only slot 5 changed
+  float work[3];
+  measure_distance(1, 2, 2, cluster_table[8].center, cluster_table[9].center, work, 3);
+  for (int c = 0; c < 3; ++c) EXPECT_FLOAT_BITS(work[c], distance_workspace[c]) << c;
 }
 
 TEST(Learning, SmallestCountTrackerCarriesAcrossPasses) {
@@ -165,14 +224,21 @@ TEST(Learning, SmallestCountTrackerCarriesAcrossPasses) {
   EXPECT_EQ(cluster_table[0].count, 3);
 }
 
-TEST(Learning, SlotNumbersBeyondTheTableStayInside) {
-  fill_table_far_apart();
-  spare_slot = 200;
+TEST(Learning, SlotNumbersBeyondTheTableCountAsTheLastSlot) {
+  for (std::uint8_t beyond : {10, 200}) {
+    fill_table_far_apart();
+    spare_slot = beyond;
+    learn_x(1.0f);  // into slot 9, merged into slot 0
+    EXPECT_EQ(cluster_table[0].count, 2) << "spare slot " << int(beyond);
+    EXPECT_FLOAT_BITS(0.5f, cluster_table[0].center[0]) << "spare slot " << int(beyond);
+    EXPECT_EQ(spare_slot, 9) << "spare slot " << int(beyond);
+  }
+  large_pair_model(51, 60, 30);
+  smallest_count = 0;  // nothing is smaller: the tracker keeps the loaded slot number
   smallest_count_slot = 250;
-  learn_x(1.0f);
-  EXPECT_LT(spare_slot, 10);
-  EXPECT_LT(smallest_count_slot, 10);
-  EXPECT_EQ(cluster_table[0].count, 2);
+  learn_x(100000.0f);  // both large: the smallest cluster, taken as slot 9, is emptied
+  EXPECT_EQ(smallest_count_slot, 9);
+  EXPECT_FLOAT_BITS(kEmptySlotCenter, cluster_table[9].center[0]);
 }
 
 }  // namespace

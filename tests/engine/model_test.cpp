@@ -21,80 +21,98 @@ void scribble_model() {
 
 void expect_reset_table() {
   for (const ClusterRecord& slot : cluster_table) {
-    EXPECT_EQ(slot.count, 1);
+    EXPECT_EQ(1, slot.count);
     for (float v : {slot.radius, slot.center[0], slot.center[1], slot.center[2]}) {
       EXPECT_FLOAT_BITS(0.0f, v);
     }
   }
   for (float d : pair_distance) EXPECT_FLOAT_BITS(0.0f, d);
-  EXPECT_EQ(smallest_count, 65535);
-  EXPECT_EQ(smallest_count_slot + filled_slots, 0);
-  EXPECT_EQ(spare_slot, 9);
+  EXPECT_EQ(65535, smallest_count);
+  EXPECT_EQ(0, smallest_count_slot);
+  EXPECT_EQ(0, filled_slots);
+  EXPECT_EQ(9, spare_slot);
 }
 
-TEST(Model, ResetsAndPairIndex) {
+TEST(Model, ResetKeepingTheMeasuresEmptiesOnlyTheTable) {
   scribble_model();
   EXPECT_EQ(engine_reset_keep_measures(), 1);
   expect_reset_table();
-  EXPECT_EQ(measure_primary * 10 + measure_secondary, 23);
-  engine_reset();
-  EXPECT_EQ(measure_primary * 10 + measure_secondary, 41);
-
-  EXPECT_EQ(pair_index(1, 0), 0u);
-  EXPECT_EQ(pair_index(9, 8), 44u);
-  EXPECT_EQ(pair_index(3, 5), 13u);
-  EXPECT_EQ(pair_index(5, 3), 13u);
-  EXPECT_EQ(pair_index(4, 4), 0u);
-  EXPECT_EQ(pair_index(255, 254), 255u * 254u / 2u + 254u);  // no overflow for 8-bit slots
+  EXPECT_EQ(2, measure_primary);
+  EXPECT_EQ(3, measure_secondary);
 }
 
-TEST(EngineInterface, InitAndSensitivity) {
+TEST(Model, ResetSelectsTheAngleTimesTheManhattanDistance) {
+  scribble_model();
+  engine_reset();
+  expect_reset_table();
+  EXPECT_EQ(4, measure_primary);
+  EXPECT_EQ(1, measure_secondary);
+}
+
+TEST(Model, PairIndexNumbersEachUnorderedPairOnce) {
+  EXPECT_EQ(0u, pair_index(1, 0));
+  EXPECT_EQ(44u, pair_index(9, 8));
+  EXPECT_EQ(13u, pair_index(3, 5));
+  EXPECT_EQ(13u, pair_index(5, 3));
+  EXPECT_EQ(0u, pair_index(4, 4));
+  EXPECT_EQ(32639u, pair_index(255, 254));  // no overflow for 8-bit slots
+}
+
+TEST(EngineInterface, InitEmptiesTheModelButKeepsTheSensitivity) {
   scribble_model();
   learn_count = 33;
   engine_status = status_minimum_learning_pending;
   sensitivity = 2.5f;
-  EXPECT_EQ(vtl_anomalydetection_init(), status_ok);
+  EXPECT_EQ(status_ok, vtl_anomalydetection_init());
   expect_reset_table();
-  EXPECT_EQ(init_done, 1);
-  EXPECT_EQ(learn_count, 0u);
-  EXPECT_EQ(sensitivity, 2.5f);  // init keeps it
-  EXPECT_EQ(min_of_two(test::kNaN, 2.1f), 2.1f);
-  for (float value : {0.0f, -3.0f, test::kInf, test::kNaN}) {  // stored unchecked
-    EXPECT_EQ(vtl_anomalydetection_set_sensitivity(value), status_ok);
-    EXPECT_FLOAT_BITS(value, vtl_anomalydetection_get_sensitivity());
-  }
+  EXPECT_EQ(1, init_done);
+  EXPECT_EQ(0u, learn_count);
+  EXPECT_FLOAT_BITS(2.5f, sensitivity);
   sensitivity = 1.0f;
 }
 
-TEST(EngineInterface, LearnAndDetectStatusRules) {
-  const float signal[3] = {1.0f, 2.0f, 3.0f};
-  init_done = 0;
-  learn_count = 5;
-  EXPECT_EQ(vtl_anomalydetection_learn(signal), status_not_initialized);
-  EXPECT_EQ(learn_count, 5u);
+const float kSignal[3] = {1.0f, 2.0f, 3.0f};
 
+TEST(EngineInterface, LearningNeedsAnInitFlagOf1) {
+  for (std::uint8_t flag : {0, 2}) {
+    init_done = flag;
+    learn_count = 5;
+    EXPECT_EQ(status_not_initialized, vtl_anomalydetection_learn(kSignal)) << "flag " << int(flag);
+    EXPECT_EQ(status_not_initialized, engine_status);
+    EXPECT_EQ(5u, learn_count);
+  }
+  init_done = 1;
+}
+
+TEST(EngineInterface, DetectionWaitsForTenLearnedSignals) {
   vtl_anomalydetection_init();
   for (int k = 1; k <= 9; ++k) {
-    EXPECT_EQ(vtl_anomalydetection_learn(signal), status_minimum_learning_pending) << k;
+    EXPECT_EQ(status_minimum_learning_pending, vtl_anomalydetection_learn(kSignal)) << k;
   }
   std::uint8_t similarity = 7;
   engine_status = status_ok;
-  EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_minimum_learning_pending);
-  EXPECT_EQ(similarity, 255);
-  learn_count = 50;  // the stored 126 now blocks detection by itself
-  EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_minimum_learning_pending);
-  engine_status = status_detect_blocked;
-  EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_detect_blocked);
-
-  learn_count = 9;
-  EXPECT_EQ(vtl_anomalydetection_learn(signal), status_minimum_learning_done);  // the tenth
+  EXPECT_EQ(status_minimum_learning_pending, vtl_anomalydetection_detect(kSignal, &similarity));
+  EXPECT_EQ(255, similarity);
+  EXPECT_EQ(status_minimum_learning_pending, engine_status);  // stored
+  EXPECT_EQ(status_minimum_learning_done, vtl_anomalydetection_learn(kSignal));  // the tenth
   similarity = 255;
-  EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_ok);
+  EXPECT_EQ(status_ok, vtl_anomalydetection_detect(kSignal, &similarity));
   EXPECT_LE(similarity, 100);
-  EXPECT_EQ(engine_status, status_minimum_learning_done);  // not changed by detection
+  EXPECT_EQ(status_minimum_learning_done, engine_status);  // not changed by detection
+}
+
+TEST(EngineInterface, AStoredRefusalBlocksDetectionWhateverTheCount) {
+  vtl_anomalydetection_init();
+  learn_count = 50;
+  std::uint8_t similarity = 7;
+  for (std::uint32_t status : {status_minimum_learning_pending, status_detect_blocked}) {
+    engine_status = status;
+    EXPECT_EQ(status, vtl_anomalydetection_detect(kSignal, &similarity));
+    EXPECT_EQ(255, similarity);
+  }
   engine_status = status_self_test_failed;  // blocks nothing; nor does init_done
   init_done = 0;
-  EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_ok);
+  EXPECT_EQ(status_ok, vtl_anomalydetection_detect(kSignal, &similarity));
   init_done = 1;
 }
 

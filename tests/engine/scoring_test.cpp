@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "distance/measure.h"
+#include "engine/center_norms.h"
 #include "engine/interface.h"
 #include "engine/model.h"
 #include "test_util.h"
@@ -23,7 +25,7 @@ void one_cluster(std::uint16_t count, float radius) {
   cluster_table[2] = {count, radius, {0.0f, 0.0f, 0.0f}};
 }
 
-TEST(Scoring, VotesAndClamps) {
+TEST(Scoring, EachMergedClusterVotesClampedTo0To100) {
   struct Case {
     std::uint16_t count;
     float radius, x, factor, expected;
@@ -44,25 +46,38 @@ TEST(Scoring, VotesAndClamps) {
     const float signal[3] = {c.x, 0.0f, 0.0f};
     EXPECT_EQ(score_similarity(signal, c.factor), c.expected) << c.radius << " " << c.x;
   }
-  one_cluster(2, 1.0f);
-  const float ten_away[3] = {10.0f, 0.0f, 0.0f};
-  EXPECT_EQ(static_cast<int>(score_similarity(ten_away, kFactor)), 31);  // 90 / 0.29 / 10
-  EXPECT_NEAR(score_similarity(ten_away, 2.0f * kFactor), 31.03f / 2.0f, 1e-2f);
-  engine_reset();  // reset selectors: a zero center has no angle, so no vote
-  cluster_table[0] = {2, 1.0f, {0.0f, 0.0f, 0.0f}};
-  EXPECT_EQ(score_similarity(ten_away, kFactor), 0.0f);
 }
 
-TEST(Scoring, BestVoteWinsWhateverTheOrder) {
+TEST(Scoring, AVoteFallsWithTheDistanceAndTheSensitivity) {
+  one_cluster(2, 1.0f);
+  const float ten_away[3] = {10.0f, 0.0f, 0.0f};
+  EXPECT_EQ(31, static_cast<int>(score_similarity(ten_away, kFactor)));  // 90 / 0.29 / 10
+  EXPECT_NEAR(31.03f / 2.0f, score_similarity(ten_away, 2.0f * kFactor), 1e-2f);
+  engine_reset();  // reset selectors: a zero center has no angle, so no vote
+  cluster_table[0] = {2, 1.0f, {0.0f, 0.0f, 0.0f}};
+  EXPECT_FLOAT_BITS(0.0f, score_similarity(ten_away, kFactor));
+}
+
+TEST(Scoring, TheBestVoteWinsInAnySlot) {
   const float ten_away[3] = {10.0f, 0.0f, 0.0f};
   const float seventy = 70.0f * 10.0f * 0.29f / 90.0f;
   const float forty = 40.0f * 10.0f * 0.29f / 90.0f;
-  one_cluster(3, forty);
-  cluster_table[6] = {3, seventy, {0.0f, 0.0f, 0.0f}};
-  const float first = score_similarity(ten_away, kFactor);
-  std::swap(cluster_table[2], cluster_table[6]);
-  EXPECT_EQ(score_similarity(ten_away, kFactor), first);
-  EXPECT_NEAR(first, 70.0f, 1e-3f);
+  for (unsigned best : {0u, 9u}) {  // before and after the cluster voting 40
+    one_cluster(3, forty);
+    cluster_table[best] = {3, seventy, {0.0f, 0.0f, 0.0f}};
+    EXPECT_NEAR(70.0f, score_similarity(ten_away, kFactor), 1e-3f) << "best in slot " << best;
+  }
+}
+
+TEST(CenterNorms, FollowEveryCoordinateOfTheCenter) {
+  cluster_table[4].center[0] = 1.0f;
+  cluster_table[4].center[1] = 2.0f;
+  cluster_table[4].center[2] = 3.0f;
+  EXPECT_FLOAT_BITS(angle_norm(cluster_table[4].center, 3), center_norm(4));
+  for (unsigned c = 0; c < 3; ++c) {
+    cluster_table[4].center[c] = 10.0f;
+    EXPECT_FLOAT_BITS(angle_norm(cluster_table[4].center, 3), center_norm(4)) << "coordinate " << c;
+  }
 }
 
 TEST(Scoring, DetectionTruncatesTheScoreToTheByte) {

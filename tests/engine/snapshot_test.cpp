@@ -52,13 +52,17 @@ void expect_start_values() {
     }
   }
   for (float d : pair_distance) EXPECT_EQ(bits(d), 0u);
-  EXPECT_EQ(smallest_count + smallest_count_slot + filled_slots + spare_slot, 0);
-  EXPECT_EQ(measure_primary + measure_secondary + frame_length + vector_length, 0);
+  for (int v : {smallest_count + 0, smallest_count_slot + 0, filled_slots + 0, spare_slot + 0,
+                measure_primary + 0, measure_secondary + 0, frame_length + 0, vector_length + 0}) {
+    EXPECT_EQ(0, v);
+  }
   for (float v : {closest_distance, value_scratch, merge_saved_center[2], distance_workspace[2],
                   staged_signal[2]}) {
     EXPECT_EQ(bits(v), 0u);
   }
-  EXPECT_EQ(engine_status + init_done + learn_count, 0u);
+  EXPECT_EQ(0u, engine_status);
+  EXPECT_EQ(0, init_done);
+  EXPECT_EQ(0u, learn_count);
   EXPECT_FLOAT_BITS(1.0f, sensitivity);
 }
 
@@ -78,15 +82,21 @@ TEST(EngineSnapshot, EveryGlobalTravels) {
     EXPECT_FLOAT_BITS(1.0f * k, again.cluster_table[k].center[0]);
   }
   EXPECT_FLOAT_BITS(0.25f * 44, again.pair_distance[44]);
-  EXPECT_EQ(again.smallest_count * 1000 + again.smallest_count_slot, 11012);
-  EXPECT_EQ(again.filled_slots * 100 + again.spare_slot, 1314);
-  EXPECT_EQ(again.measure_primary * 100 + again.measure_secondary, 1516);
+  EXPECT_EQ(11, again.smallest_count);
+  EXPECT_EQ(12, again.smallest_count_slot);
+  EXPECT_EQ(13, again.filled_slots);
+  EXPECT_EQ(14, again.spare_slot);
+  EXPECT_EQ(15, again.measure_primary);
+  EXPECT_EQ(16, again.measure_secondary);
   EXPECT_FLOAT_BITS(17.5f, again.closest_distance);
   EXPECT_FLOAT_BITS(20.0f, again.merge_saved_center[2]);
   EXPECT_FLOAT_BITS(23.0f, again.distance_workspace[2]);
   EXPECT_FLOAT_BITS(26.0f, again.staged_signal[2]);
-  EXPECT_EQ(again.frame_length * 100 + again.vector_length, 2728);
-  EXPECT_EQ(again.engine_status * 10000 + again.init_done * 100 + again.learn_count, 293031u);
+  EXPECT_EQ(27, again.frame_length);
+  EXPECT_EQ(28, again.vector_length);
+  EXPECT_EQ(29u, again.engine_status);
+  EXPECT_EQ(30, again.init_done);
+  EXPECT_EQ(31u, again.learn_count);
   EXPECT_FLOAT_BITS(32.5f, again.sensitivity);
   EXPECT_FLOAT_BITS(33.5f, again.value_scratch);
 }

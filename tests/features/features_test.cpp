@@ -17,60 +17,83 @@ using test::kNaN;
 using Floats = std::vector<float>;
 constexpr float kUntouched = -777.0f;
 
-bool untouched(const Floats& v) {
-  return std::all_of(v.begin(), v.end(), [](float x) { return x == kUntouched; });
+// Names the first written place, so that a failure shows what was written where.
+::testing::AssertionResult untouched(const Floats& v) {
+  for (std::size_t i = 0; i < v.size(); ++i) {
+    if (v[i] != kUntouched) return ::testing::AssertionFailure() << "[" << i << "] = " << v[i];
+  }
+  return ::testing::AssertionSuccess();
 }
 
 // The moments, factors and order statistics of ordinary buffers are checked bit for bit
 // through extract_features below; these are the rules that one buffer cannot show.
-TEST(BufferFeatures, SumOrderCrossingsNaNRulesRunsAndShortBuffers) {
-  // Left to right from x[0] in single precision: 1e8 + 1 rounds back to 1e8, and a lone
-  // negative zero keeps its sign (a sum started at 0.0 would not).
+TEST(BufferFeatures, SumsRunLeftToRightFromTheFirstSample) {
+  // In single precision 1e8 + 1 rounds back to 1e8, and a lone negative zero keeps its
+  // sign (a sum started at 0.0 would not).
   const float big[] = {1e8f, 1.0f, -1e8f}, negative_zero = -0.0f;
   EXPECT_FLOAT_BITS(0.0f, feature_sum(big, 3));
   EXPECT_FLOAT_BITS(-0.0f, feature_sum(&negative_zero, 1));
-  const float x[] = {1, -2, 3, -4, 0, 5}, neg[] = {-7, 3};
-  // The pairs with the 0 do not cross zero; four pairs cross the mean 0.5.
-  EXPECT_TRUE(feature_zero_crossings(x, 6) == 3 && feature_mean_crossings(x, 6) == 4);
-  EXPECT_FLOAT_BITS(24.0f, feature_abs_diff_sum(x, 6));
-  EXPECT_FLOAT_BITS(7.0f, feature_peak(neg, 2));
+}
 
+TEST(BufferFeatures, SignedSamplesCountByMagnitudeAndCrossOnlyBetweenSigns) {
+  const float x[] = {1, -2, 3, -4, 0, 5};
+  EXPECT_EQ(3, feature_zero_crossings(x, 6));  // the pairs with the 0 do not cross zero
+  EXPECT_EQ(4, feature_mean_crossings(x, 6));  // the mean is 0.5
+  EXPECT_FLOAT_BITS(24.0f, feature_abs_diff_sum(x, 6));
+  const float neg[] = {-7, 3};
+  EXPECT_FLOAT_BITS(7.0f, feature_peak(neg, 2));
+}
+
+TEST(BufferFeatures, ANaNHoldsTheExtremeOnlyUntilTheNextNumber) {
   // A NaN takes the running minimum or maximum over, and the next number takes it back;
   // it never becomes the maximum's index, nor is a NaN first replaced; ties keep the first.
   const float nan_inside[] = {1, kNaN, 3}, nan_last[] = {1, 3, kNaN}, nan_first[] = {kNaN, 1, 2};
   const float ties[] = {1, 5, 5, 2};
-  EXPECT_TRUE(feature_min(nan_inside, 3) == 3 && std::isnan(feature_max(nan_last, 3)));
-  EXPECT_TRUE(feature_argmax(nan_inside, 3) == 2 && feature_argmax(nan_first, 3) == 0 &&
-              feature_argmax(ties, 4) == 1);
+  EXPECT_FLOAT_BITS(3.0f, feature_min(nan_inside, 3));
+  EXPECT_TRUE(std::isnan(feature_max(nan_last, 3)));
+  EXPECT_EQ(2, feature_argmax(nan_inside, 3));
+  EXPECT_EQ(0, feature_argmax(nan_first, 3));
+  EXPECT_EQ(1, feature_argmax(ties, 4));
+}
 
+TEST(BufferFeatures, PercentileRoundsLikeTheEngineAndStopsAtTheLargest) {
   // 0.01 is the float 0.0099999998, so 99 percent lands one step below 3.97; beyond 100
   // percent only the largest value is left and nothing past it is read.
   const float y[] = {1, 2, 3, 4};
   EXPECT_FLOAT_BITS(3.9699998f, feature_percentile(y, 4, 99));
   EXPECT_FLOAT_BITS(4.0f, feature_percentile(y, 4, 255));
-  // Runs are counted as they lie; each NaN is a run of its own.
-  const float pairs[] = {1, 1, 2, 2}, alternating[] = {1, 2, 1, 2}, nans[] = {kNaN, kNaN};
-  EXPECT_TRUE(feature_entropy(pairs, 4) == 0.6931472f && feature_entropy(nans, 2) == 0.6931472f &&
-              feature_entropy(alternating, 4) == 1.3862944f);
+}
 
+TEST(BufferFeatures, EntropyCountsRunsAsTheyLie) {
+  const float pairs[] = {1, 1, 2, 2}, alternating[] = {1, 2, 1, 2}, nans[] = {kNaN, kNaN};
+  EXPECT_FLOAT_BITS(0.6931472f, feature_entropy(pairs, 4));
+  EXPECT_FLOAT_BITS(0.6931472f, feature_entropy(nans, 2));  // each NaN is a run of its own
+  EXPECT_FLOAT_BITS(1.3862944f, feature_entropy(alternating, 4));
+}
+
+TEST(BufferFeatures, OneSampleHasNoShapeNoEntropyAndNoPair) {
   const float one = -3.0f;
-  EXPECT_TRUE(std::isnan(feature_skewness(&one, 1)) && std::isnan(feature_kurtosis(&one, 1)));
+  EXPECT_TRUE(std::isnan(feature_skewness(&one, 1)));
+  EXPECT_TRUE(std::isnan(feature_kurtosis(&one, 1)));
   EXPECT_EQ(0.0f, feature_entropy(&one, 1));
-  EXPECT_FLOAT_BITS(0.0f, feature_abs_diff_sum(&one, 1));  // no pair: x[1] is not read
-  // An empty buffer is never read: empty sums are 0, the other values NaN.
-  EXPECT_EQ(0.0f, feature_sum(nullptr, 0) + feature_sum_squares(nullptr, 0) +
-                      feature_abs_diff_sum(nullptr, 0));
+  EXPECT_FLOAT_BITS(0.0f, feature_abs_diff_sum(&one, 1));  // x[1] is not read
+}
+
+TEST(BufferFeatures, AnEmptyBufferIsNeverRead) {
+  // Empty sums and counts are 0, the other values NaN.
+  for (auto f : {feature_sum, feature_sum_squares, feature_abs_diff_sum})
+    EXPECT_FLOAT_BITS(0.0f, f(nullptr, 0));
   for (auto f : {feature_mean, feature_min, feature_max, feature_peak_to_peak, feature_peak,
                  feature_variance, feature_std, feature_rms, feature_crest_factor,
                  feature_skewness, feature_kurtosis, feature_clearance_factor,
                  feature_impulse_factor, feature_shape_factor, feature_entropy, feature_median})
     EXPECT_TRUE(std::isnan(f(nullptr, 0)));
   EXPECT_TRUE(std::isnan(feature_percentile(nullptr, 0, 0)));
-  EXPECT_EQ(0, feature_zero_crossings(nullptr, 0) + feature_mean_crossings(nullptr, 0) +
-                   feature_argmax(nullptr, 0));
+  for (auto f : {feature_zero_crossings, feature_mean_crossings, feature_argmax})
+    EXPECT_EQ(0, f(nullptr, 0));
 }
 
-TEST(MergeSort, RightRunFirstOnTiesRandomRangesAndDegenerateArguments) {
+TEST(MergeSort, EqualValuesTakeTheRightRunFirst) {
   // Equal values show their order through the signs of zeros, told apart bit for bit.
   const Floats cases[][2] = {{{1, 0.0f, -0.0f}, {-0.0f, 0.0f, 1}},
                              {{2, -0.0f, 0.0f, 1}, {0.0f, -0.0f, 1, 2}},
@@ -81,14 +104,18 @@ TEST(MergeSort, RightRunFirstOnTiesRandomRangesAndDegenerateArguments) {
     sort_range(v.data(), tmp.data(), 0, static_cast<std::uint16_t>(v.size() - 1));
     for (std::size_t i = 0; i < v.size(); ++i) EXPECT_FLOAT_BITS(sorted[i], v[i]) << i;
   }
-  const float two[] = {4, 1};
-  float dst[] = {0, 0}, spare[2];
-  sorted_copy(two, dst, spare, 2);
-  EXPECT_TRUE(dst[0] == 1 && dst[1] == 4);
-  sorted_copy(two, dst, nullptr, 1);  // copied, not sorted: no scratch needed
-  EXPECT_TRUE(dst[0] == 4 && dst[1] == 4);
+}
 
-  // Random ranges agree with a stable sort and stay inside.
+TEST(MergeSort, SortedCopyOfOneValueNeedsNoScratch) {
+  const Floats two{4, 1};
+  Floats dst{0, 0}, spare(2);
+  sorted_copy(two.data(), dst.data(), spare.data(), 2);
+  EXPECT_EQ(Floats({1, 4}), dst);
+  sorted_copy(two.data(), dst.data(), nullptr, 1);
+  EXPECT_EQ(Floats({4, 4}), dst);
+}
+
+TEST(MergeSort, RandomRangesMatchAStableSortAndStayInside) {
   std::mt19937 rng(7);
   std::uniform_real_distribution<float> dist(-100.0f, 100.0f);
   const float guard = 12345.0f;
@@ -99,15 +126,19 @@ TEST(MergeSort, RightRunFirstOnTiesRandomRangesAndDegenerateArguments) {
     Floats expect(a);
     std::stable_sort(expect.begin() + lo, expect.begin() + lo + len);
     merge_sort_range(a.data(), tmp.data(), lo, static_cast<std::uint16_t>(lo + len - 1));
-    EXPECT_TRUE(expect == a && tmp[len] == guard) << "length " << len;
+    EXPECT_EQ(expect, a) << "length " << len;
+    EXPECT_EQ(guard, tmp[len]) << "length " << len;
   }
-  // A range ending at index 65535 holds 65536 values and still terminates.
+}
+
+TEST(MergeSort, ARangeEndingAtIndex65535IsSortedWhole) {
   Floats big(65536), scratch(65536);
   for (std::size_t i = 0; i < big.size(); ++i) big[i] = static_cast<float>(big.size() - i);
   sort_range(big.data(), scratch.data(), 0, 65535);
   EXPECT_TRUE(std::is_sorted(big.begin(), big.end()));
+}
 
-  // Degenerate arguments read nothing (the buffers are null).
+TEST(MergeSort, DegenerateArgumentsReadNothing) {  // the buffers are null
   merge_sort_range(nullptr, nullptr, 5, 5);
   merge_sort_range(nullptr, nullptr, 9, 2);
   sort_range(nullptr, nullptr, 65535, 0);
@@ -116,21 +147,32 @@ TEST(MergeSort, RightRunFirstOnTiesRandomRangesAndDegenerateArguments) {
   merge_runs(nullptr, nullptr, 6, 5, 9);  // left run outside the range
   reverse_blocks(nullptr, 5, 1);
   reverse_blocks(nullptr, -5, 100);
+}
+
+TEST(MergeSort, ReverseBlocksReversesEachBlockInPlace) {
   Floats v{1, 2, 3, 4, 5, 6};
   reverse_blocks(v.data(), 2, 3);
   EXPECT_EQ(Floats({3, 2, 1, 6, 5, 4}), v);
 }
 
-TEST(CentroidDistances, OwnCentroidGivenCenterAndEmptyShapes) {
+TEST(CentroidDistances, MeasureFromTheirOwnCentroidOrFromTheGivenCenter) {
   const float data[] = {0, 0, 3, 4, 6, 8};
-  float center[2] = {-1, -1}, origin[2] = {0, 0}, none = 9.0f;
-  Floats dist(9, 7.0f);  // own centroid, given center, no column (center not touched)
-  centroid_distances(data, &dist[0], center, 3, 2, 0);
-  centroid_distances(data, &dist[3], origin, 3, 2, 1);
-  centroid_distances(data, &dist[6], nullptr, 3, 0, 0);
-  centroid_distances(nullptr, nullptr, &none, 0, 3, 0);  // no row: nothing read or written
-  EXPECT_TRUE(center[0] == 3 && center[1] == 4 && origin[0] == 0 && origin[1] == 0 && none == 9);
-  EXPECT_EQ(Floats({5, 0, 5, 0, 5, 10, 0, 0, 0}), dist);
+  Floats center{-1, -1}, origin{0, 0}, dist(6, 7.0f);
+  centroid_distances(data, &dist[0], center.data(), 3, 2, 0);
+  centroid_distances(data, &dist[3], origin.data(), 3, 2, 1);
+  EXPECT_EQ(Floats({3, 4}), center);  // the own centroid is written back
+  EXPECT_EQ(Floats({0, 0}), origin);
+  EXPECT_EQ(Floats({5, 0, 5, 0, 5, 10}), dist);
+}
+
+TEST(CentroidDistances, NoColumnGivesZerosAndNoRowTouchesNothing) {
+  const float data[] = {0, 0, 3, 4, 6, 8};
+  Floats dist(3, 7.0f);
+  float none = 9.0f;
+  centroid_distances(data, dist.data(), nullptr, 3, 0, 0);
+  centroid_distances(nullptr, nullptr, &none, 0, 3, 0);
+  EXPECT_EQ(Floats({0, 0, 0}), dist);
+  EXPECT_EQ(9.0f, none);
 }
 
 // The spectrum of each routine for one real frame (one channel for the norm).
@@ -145,14 +187,18 @@ struct Spectra {
   }
 };
 
-TEST(Spectra, SmallFramesCosinesNaNAndLengthsWithoutATransform) {
+TEST(Spectra, ATwoSampleFrameHoldsTheHalfDifference) {
   const Spectra two({2.0f, 7.0f});
-  EXPECT_TRUE(two.centered[0] == 5.0f && two.amplitude[0] == 5.0f && two.norm[0] == 5.0f);
+  EXPECT_FLOAT_BITS(5.0f, two.centered[0]);
+  EXPECT_FLOAT_BITS(5.0f, two.amplitude[0]);
+  EXPECT_FLOAT_BITS(5.0f, two.norm[0]);
   const float samples[] = {3, 4, 6, 8};  // two samples of two channels: norms 5 and 10
   Floats mag(2), amplitudes(2);
   norm_spectrum(samples, 2, mag.data(), amplitudes.data(), 2);
-  EXPECT_EQ(5.0f, amplitudes[0]);
+  EXPECT_FLOAT_BITS(5.0f, amplitudes[0]);
+}
 
+TEST(Spectra, ACosineShowsItsAmplitudeAtItsFrequency) {
   // A cosine that completes f periods in the frame shows its amplitude at place f - 1.
   for (std::uint16_t n : {8, 64, 1024})
     for (int f : {1, 3, n / 2 - 1}) {
@@ -163,18 +209,28 @@ TEST(Spectra, SmallFramesCosinesNaNAndLengthsWithoutATransform) {
         for (float v : {s.amplitude[k], s.centered[k]})
           EXPECT_NEAR(k == f - 1 ? 3.0f : 0.0f, v, 1e-3f) << "n " << n << " f " << f << " k " << k;
     }
-  Floats x(16, 1.0f);  // one NaN sample spreads to every bin; the centered spectrum drops it
+}
+
+TEST(Spectra, ANaNSampleSpreadsToEveryBinButTheCenteredSpectrumDropsIt) {
+  Floats x(16, 1.0f);
   x[5] = kNaN;
   const Spectra s(x);
-  for (int k = 0; k < 8; ++k)
-    EXPECT_TRUE(s.centered[k] == 0 && std::isnan(s.amplitude[k]) && std::isnan(s.norm[k])) << k;
+  for (int k = 0; k < 8; ++k) {
+    EXPECT_FLOAT_BITS(0.0f, s.centered[k]) << k;
+    EXPECT_TRUE(std::isnan(s.amplitude[k])) << k << ": " << s.amplitude[k];
+    EXPECT_TRUE(std::isnan(s.norm[k])) << k << ": " << s.norm[k];
+  }
+}
 
+TEST(Spectra, LengthsWithoutATransformTouchNothing) {
   for (std::uint16_t n : {0, 3, 12, 1000, 65535}) {  // no transform: nothing touched
     Floats x(n, kUntouched), a(n, kUntouched), b(n, kUntouched);
     centered_spectrum(x.data(), a.data(), n);
     amplitude_spectrum(x.data(), a.data(), b.data(), n);
     norm_spectrum(x.data(), 1, a.data(), b.data(), n);
-    EXPECT_TRUE(untouched(x) && untouched(a) && untouched(b)) << "n " << n;
+    EXPECT_TRUE(untouched(x)) << "n " << n;
+    EXPECT_TRUE(untouched(a)) << "n " << n;
+    EXPECT_TRUE(untouched(b)) << "n " << n;
   }
 }
 
@@ -200,20 +256,26 @@ struct Call {
   float at(int row) const { return matrix[row * 2 + 1]; }
 };
 
-TEST(ExtractFeatures, EveryTimeDomainFeatureInItsRowAndTheOrderOfWriting) {
-  // In identifier order, from the 5th percentile to the entropy.
-  const float expect[23] = {1.15f, 1.75f, 4.75f, 8.949999f, 2.5f, 4.0f, 1.0f, 10.0f, 10.0f,
-                            9.0f, 3.5355339f, 12.5f, 5.3385391f, 1.8731716f, -0.7695999f,
-                            1.0182338f, 2.995425f, 2.5f, 1.3346348f, 9.0f, 0.0f, 1.0f,
-                            1.3862944f};
-  const Floats x{1, 2, 3, 10};
-  const Call call(x, identity_slots(0, 22), kFeatureCount, 0, 4);
-  for (int k = 0; k < 23; ++k) EXPECT_FLOAT_BITS(expect[k], call.at(k)) << "feature " << k;
+// In identifier order, from the 5th percentile to the entropy, of (1, 2, 3, 10).
+const float kFeaturesOf1To10[23] = {1.15f, 1.75f, 4.75f, 8.949999f, 2.5f, 4.0f, 1.0f, 10.0f,
+                                    10.0f, 9.0f, 3.5355339f, 12.5f, 5.3385391f, 1.8731716f,
+                                    -0.7695999f, 1.0182338f, 2.995425f, 2.5f, 1.3346348f, 9.0f,
+                                    0.0f, 1.0f, 1.3862944f};
+
+TEST(ExtractFeatures, EveryTimeDomainFeatureLandsInItsRow) {
+  const Call call({1, 2, 3, 10}, identity_slots(0, 22), kFeatureCount, 0, 4);
+  for (int k = 0; k < 23; ++k) EXPECT_FLOAT_BITS(kFeaturesOf1To10[k], call.at(k)) << "feature " << k;
   for (int r = 0; r < kFeatureCount; ++r) EXPECT_EQ(kUntouched, call.matrix[r * 2]);
   EXPECT_TRUE(untouched(call.fft_work));
 
-  // Of two features in one slot the later one written stays; neighbours in this order all
-  // differ on (1, 2, 3, 10).
+  const Call mixed({4, -1, 2.5f, -1, 0, 3, -2, 1.5f}, identity_slots(0, 22), 23, 0, 8);
+  EXPECT_EQ(Floats({-2, -1, -1, 0, 1.5f, 2.5f, 3, 4, kUntouched}), mixed.sorted);
+  EXPECT_FLOAT_BITS(-1.6500001f, mixed.at(FEAT_P5));
+  EXPECT_FLOAT_BITS(1.9061546f, mixed.at(FEAT_ENTROPY));
+}
+
+TEST(ExtractFeatures, OfTwoFeaturesInOneRowTheLaterWrittenStays) {
+  // Neighbours in this order all differ on (1, 2, 3, 10).
   const FeatureId order[] = {
       FEAT_MIN, FEAT_MAX, FEAT_PEAK_TO_PEAK, FEAT_PEAK, FEAT_MEAN, FEAT_VARIANCE, FEAT_STD,
       FEAT_SKEWNESS, FEAT_KURTOSIS, FEAT_ZERO_CROSSINGS, FEAT_MEAN_CROSSINGS, FEAT_RMS,
@@ -223,51 +285,59 @@ TEST(ExtractFeatures, EveryTimeDomainFeatureInItsRowAndTheOrderOfWriting) {
     Slots pair;
     pair.fill(255);
     pair[order[i - 1]] = pair[order[i]] = 0;
-    EXPECT_FLOAT_BITS(expect[order[i]], Call(x, pair, 1, 0, 4).at(0)) << int(order[i]);
+    EXPECT_FLOAT_BITS(kFeaturesOf1To10[order[i]], Call({1, 2, 3, 10}, pair, 1, 0, 4).at(0))
+        << int(order[i]);
   }
-
-  const Call mixed({4, -1, 2.5f, -1, 0, 3, -2, 1.5f}, identity_slots(0, 22), 23, 0, 8);
-  EXPECT_EQ(Floats({-2, -1, -1, 0, 1.5f, 2.5f, 3, 4, kUntouched}), mixed.sorted);
-  EXPECT_FLOAT_BITS(-1.6500001f, mixed.at(FEAT_P5));
-  EXPECT_FLOAT_BITS(1.9061546f, mixed.at(FEAT_ENTROPY));
 }
 
-TEST(ExtractFeatures, SelectionOrderAndUntouchedBuffers) {
+TEST(ExtractFeatures, OnlySelectedFeaturesTouchTheBuffers) {
   const Floats x{3.0f, -2.0f, 8.0f};
   Slots off;
   off.fill(5);  // at rows (5), or anything with rows 0
   for (std::uint8_t frequency : {0, 1})
     for (std::uint16_t rows : {0, 5}) {
       const Call call(x, off, rows, frequency, 2);
-      EXPECT_TRUE(untouched(call.matrix) && untouched(call.sorted) && untouched(call.fft_work) &&
-                  untouched(call.spectrum));
+      for (const Floats* buffer : {&call.matrix, &call.sorted, &call.fft_work, &call.spectrum})
+        EXPECT_TRUE(untouched(*buffer)) << "rows " << rows << ", frequency " << int(frequency);
     }
   // Features of the samples alone leave the sort buffers alone.
   const Call plain(x, identity_slots(5, 21), kFeatureCount, 0, 3);
-  EXPECT_TRUE(untouched(plain.sorted) && untouched(plain.spectrum));
+  EXPECT_TRUE(untouched(plain.sorted));
+  EXPECT_TRUE(untouched(plain.spectrum));
+}
 
-  // An empty signal and a column outside the matrix are read nowhere.
+TEST(ExtractFeatures, AnEmptySignalOrAColumnOutsideIsReadNowhere) {
+  const Floats x{3.0f, -2.0f, 8.0f};
   Floats m(kFeatureCount, kUntouched);
   const Slots all = identity_slots(0, 22);
   extract_features(nullptr, m.data(), all.data(), nullptr, 0, 1, 0, nullptr, nullptr, 0,
                    kFeatureCount, 0);
-  EXPECT_TRUE(std::isnan(m[FEAT_P5]) && std::isnan(m[FEAT_MEAN]) && m[FEAT_ABS_DIFF_SUM] == 0.0f);
+  EXPECT_TRUE(std::isnan(m[FEAT_P5])) << m[FEAT_P5];
+  EXPECT_TRUE(std::isnan(m[FEAT_MEAN])) << m[FEAT_MEAN];
+  EXPECT_FLOAT_BITS(0.0f, m[FEAT_ABS_DIFF_SUM]);
   std::fill(m.begin(), m.end(), kUntouched);
   extract_features(x.data(), m.data(), all.data(), nullptr, 1, 1, 3, nullptr, nullptr, 4,
                    kFeatureCount, 0);
   EXPECT_TRUE(untouched(m));
 }
 
-TEST(ExtractFeatures, FrequencyDomainSet) {
+TEST(ExtractFeatures, FrequencyDomainFeaturesComeFromTheSpectrumAlone) {
   // Spectrum (0, 2): everything in the last place (DFT bin 2); no time-domain work.
   const Call four({1, -1, 1, -1}, identity_slots(0, 26), kFeatureCount, 1, 4);
-  EXPECT_TRUE(four.at(FEAT_SPECTRAL_PEAK) == 2 && four.at(FEAT_SPECTRAL_PEAK_BIN) == 1 &&
-              four.at(FEAT_SPECTRAL_SUM) == 2 && four.at(FEAT_SPECTRAL_ENERGY) == 4);
-  EXPECT_TRUE(untouched(four.sorted) && four.at(FEAT_MEAN) == kUntouched);
-  // No spectrum value (length 0 or 1) or no transform (not a power of two).
+  EXPECT_FLOAT_BITS(2.0f, four.at(FEAT_SPECTRAL_PEAK));
+  EXPECT_FLOAT_BITS(1.0f, four.at(FEAT_SPECTRAL_PEAK_BIN));
+  EXPECT_FLOAT_BITS(2.0f, four.at(FEAT_SPECTRAL_SUM));
+  EXPECT_FLOAT_BITS(4.0f, four.at(FEAT_SPECTRAL_ENERGY));
+  EXPECT_TRUE(untouched(four.sorted));
+  EXPECT_FLOAT_BITS(kUntouched, four.at(FEAT_MEAN));
+}
+
+TEST(ExtractFeatures, NoSpectrumValueOrNoTransformWritesNothing) {
+  // Lengths 0 and 1 have no spectrum value, 3 and 6 no transform.
   for (std::uint16_t len : {0, 1, 3, 6}) {
     const Call bad({1, 2, 0, -1, 4, 1}, identity_slots(23, 26), 27, 1, len);
-    EXPECT_TRUE(untouched(bad.matrix) && untouched(bad.fft_work) && untouched(bad.spectrum));
+    for (const Floats* buffer : {&bad.matrix, &bad.fft_work, &bad.spectrum})
+      EXPECT_TRUE(untouched(*buffer)) << "length " << len;
   }
 }
 

@@ -145,19 +145,21 @@ TEST(StateFile, AFieldCutOffByTheEndKeepsItsValue) {
   const std::vector<std::uint8_t> image = hand_written_image();
   clear_model();
   ReportTotals totals{5, 6, 7, 8};
-  decode_state(image.data(), 23, totals);  // learn_count has two of its four bytes
-  EXPECT_EQ(totals.learned, kTotals.learned);
-  EXPECT_EQ(init_done, 0x61);
-  EXPECT_EQ(learn_count, 0u);
-  EXPECT_EQ(measure_primary, 4);
-
-  decode_state(image.data(), 214, totals);  // smallest_count cut off entirely
-  EXPECT_EQ(smallest_count_slot, 0xE3);
-  EXPECT_EQ(smallest_count, 65535);
-
-  ReportTotals untouched{5, 6, 7, 8};
-  decode_state(image.data(), 3, untouched);  // an empty or tiny file changes nothing
-  EXPECT_EQ(untouched.learned, 5);
+  decode_state(image.data(), 3, totals);  // three of learned_total's four bytes
+  EXPECT_EQ(5, totals.learned);
+  decode_state(image.data(), 19, totals);  // three of the sensitivity's four
+  EXPECT_EQ(kTotals.anomaly, totals.anomaly);
+  EXPECT_FLOAT_BITS(1.0f, sensitivity);
+  decode_state(image.data(), 20, totals);  // ends just before init_done
+  EXPECT_EQ(0x51525354u, bits(sensitivity));
+  EXPECT_EQ(0, init_done);
+  decode_state(image.data(), 24, totals);  // three of learn_count's four
+  EXPECT_EQ(0x61, init_done);
+  EXPECT_EQ(0u, learn_count);
+  EXPECT_EQ(4, measure_primary);
+  decode_state(image.data(), 215, totals);  // one of smallest_count's two
+  EXPECT_EQ(0xE3, smallest_count_slot);
+  EXPECT_EQ(65535, smallest_count);
 }
 
 }  // namespace

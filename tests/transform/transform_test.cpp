@@ -22,7 +22,7 @@ Floats random(std::mt19937& rng, int n, float lo = -2.0f, float hi = 2.0f) {
   return v;
 }
 
-TEST(Fft, SizesImpulseAndLengthsWithoutATransform) {
+TEST(Fft, SizesArePowersOfTwoThatFit16Bits) {
   // {n, log2, lower, upper}; past 32768 the upper bound wraps to 0 in 16 bits.
   const std::uint16_t sizes[][4] = {{0, 0, 0, 0}, {1, 0, 1, 1}, {2, 1, 2, 2}, {3, 0, 2, 4},
                                     {12, 2, 8, 16}, {1000, 3, 512, 1024}, {1024, 10, 1024, 1024},
@@ -31,24 +31,33 @@ TEST(Fft, SizesImpulseAndLengthsWithoutATransform) {
   for (const auto& s : sizes) {
     std::uint16_t lower = 7, upper = 7;
     power_of_two_bounds(s[0], &lower, &upper);
-    EXPECT_TRUE(log2_of_pow2(s[0]) == s[1] && lower == s[2] && upper == s[3]) << s[0];
+    EXPECT_EQ(s[1], log2_of_pow2(s[0])) << s[0];
+    EXPECT_EQ(s[2], lower) << s[0];
+    EXPECT_EQ(s[3], upper) << s[0];
   }
   std::uint16_t both = 0;  // upper is written first
   power_of_two_bounds(1000, &both, &both);
   EXPECT_EQ(512, both);
+}
 
-  // Unit impulse: exactly 2/n in every bin, also through all 15 stages of 32768 points.
+TEST(Fft, AUnitImpulseGivesTwoOverNInEveryBin) {  // through all 15 stages of 32768 points
   Floats re(32768, 0.0f), im(32768, 0.0f);
   re[0] = 1.0f;
   fft_in_place(re.data(), im.data(), 32768);
-  for (std::uint32_t k = 0; k < 32768; ++k) ASSERT_TRUE(re[k] == 0x1p-14f && im[k] == 0) << k;
+  for (std::uint32_t k = 0; k < 32768; ++k) {
+    ASSERT_EQ(0x1p-14f, re[k]) << "bin " << k;
+    ASSERT_EQ(0.0f, im[k]) << "bin " << k;
+  }
+}
 
-  Floats before(65535);
+TEST(Fft, LengthsWithoutATransformTouchNothing) {
+  Floats before(65535), re, im;
   std::iota(before.begin(), before.end(), 0.5f);
   re = im = before;
   for (std::uint16_t n : {0, 3, 6, 12, 1000, 32769, 65535}) {
     fft_in_place(re.data(), im.data(), n);
-    ASSERT_TRUE(re == before && im == before) << n;
+    ASSERT_EQ(before, re) << n;
+    ASSERT_EQ(before, im) << n;
   }
 }
 
@@ -87,7 +96,7 @@ void plain_convolve(const float* kernel, const float* signal, float* out, int kl
       if (j - m >= 0 && j - m < klen) out[j - start] += kernel[j - m] * (signal[m] - offset);
 }
 
-TEST(Fir, KernelTapsAndSinc) {
+TEST(Fir, KernelTapsOfEachTypeAreTheEnginesSincTerms) {
   // fs 100, f_low 25, f_high 40: fc1 = 0.5, fc2 = 0.8. {type, k = 0, k = +-1, k = +-2}; the
   // high-pass tap at +-1 holds the residue of sinf(pi), which is not 0 in single precision.
   const float taps[][4] = {{0, 0.5f, 0.31830987f, 0}, {1, 0.5f, -0.3183099f, 0},
@@ -95,8 +104,9 @@ TEST(Fir, KernelTapsAndSinc) {
                            {3, -0.3f, -0.50540775f, 0.15136538f}};
   for (const auto& t : taps) {
     const Floats k = design(static_cast<int>(t[0]), 100, 25, 40);
-    EXPECT_TRUE(k[32] == t[1] && k[31] == t[2] && k[33] == t[2] &&
-                (t[3] == 0 || (k[30] == t[3] && k[34] == t[3]))) << t[0];
+    for (int d : {-1, 0, 1}) EXPECT_EQ(t[1 + std::abs(d)], k[32 + d]) << "type " << t[0] << " tap " << d;
+    if (t[3] == 0) continue;
+    for (int d : {-2, 2}) EXPECT_EQ(t[3], k[32 + d]) << "type " << t[0] << " tap " << d;
   }
   for (int type : {4, 255}) EXPECT_EQ(design(3, 100, 25, 40), design(type, 100, 25, 40));
   // fc1 doubles f_low before dividing, fc2 divides first: only overflow tells.
@@ -104,7 +114,11 @@ TEST(Fir, KernelTapsAndSinc) {
   EXPECT_FLOAT_BITS(6.0f, design(2, 1e38f, 0, 3e38f)[32]);
   const Floats even = design(0, 100, 25, 40, 4);  // half-integer offsets
   EXPECT_NEAR(0.5 * std::sin(M_PI / 4) / (M_PI / 4), even[1], 1e-7);
-  EXPECT_TRUE(sinc(0.0f) == 1.0f && sinc(0.5f) == 0.63661975f);
+}
+
+TEST(Fir, SincIsSinOfPiXOverPiXAndOneAtZero) {
+  EXPECT_FLOAT_BITS(1.0f, sinc(0.0f));
+  EXPECT_FLOAT_BITS(0.63661975f, sinc(0.5f));
 }
 
 // Exactly sized buffers (the sanitizer build sees any access past them): bit for bit the
@@ -140,11 +154,17 @@ TEST(Fir, FilterMatchesDesignAndConvolution) {
     plain_convolve(kernel.data(), src.data(), expected.data(), kFirTaps, 100, 100, mean);
     for (float& e : expected) e += (type == 0 || type == 3) ? mean : 0.0f;
     fir_filter(src.data(), dst.data(), taps.data(), 100, FilterType(type), 100, 25, 40);
-    EXPECT_TRUE(taps == kernel && dst == expected) << type;
+    EXPECT_EQ(kernel, taps) << type;
+    EXPECT_EQ(expected, dst) << type;
   }
-  float one = 7.0f;  // empty buffer: src unread, dst kept, taps still designed
+}
+
+TEST(Fir, AnEmptyBufferStillDesignsTheTaps) {
+  Floats taps(kFirTaps);
+  float one = 7.0f;  // src unread, dst kept
   fir_filter(nullptr, &one, taps.data(), 0, FILTER_LOWPASS, 100, 25, 40);
-  EXPECT_TRUE(one == 7.0f && taps[32] == 0.5f);
+  EXPECT_EQ(7.0f, one);
+  EXPECT_EQ(design(FILTER_LOWPASS, 100, 25, 40), taps);
 }
 
 }  // namespace
