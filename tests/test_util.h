@@ -15,6 +15,6 @@ inline constexpr float kInf = std::numeric_limits<float>::infinity();
 }  // namespace vtl::test
 
 // Bit-for-bit equality of two floats (tells -0.0 from 0.0, NaN payloads apart).
-#define EXPECT_FLOAT_BITS(expected, actual) \
+#define EXPECT_FLOAT_BITS(expected, actual)                         \
   EXPECT_EQ(::vtl::test::bits(expected), ::vtl::test::bits(actual)) \
       << "expected " << (expected) << ", got " << (actual) << "; "

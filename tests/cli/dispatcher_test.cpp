@@ -30,15 +30,18 @@ std::string version_report(const std::string& sensitivity, int learned, int dete
 
 TEST(Dispatcher, AMissingOrUnknownCommandIsRefused) {
   Session s;
-  s.run_steps({{{}, "Error: missing argument in Vantelo Emulator call !\n" + kGeneralUsage + kTrailer,
-                1, StateAfter::absent}});
+  s.run_steps({{{},
+                "Error: missing argument in Vantelo Emulator call !\n" + kGeneralUsage + kTrailer,
+                1,
+                StateAfter::absent}});
   // Names match whole and case-sensitively.
   for (const std::string& name : {kInit + "x", std::string("VTL_ANOMALYDETECTION_INIT"),
-                                 std::string("vtl_anomalydetection_detec"), std::string("")}) {
+                                  std::string("vtl_anomalydetection_detec"), std::string("")}) {
     s.run_steps({{{name},
                   "Error '" + name + "' is not a valid function in Vantelo Emulator !\n" +
                       kGeneralUsage + kTrailer,
-                  1, StateAfter::absent}});
+                  1,
+                  StateAfter::absent}});
   }
 }
 
@@ -57,7 +60,8 @@ TEST(Dispatcher, InitWritesTheFreshState) {
        "Error: too many arguments Vantelo Emulator call !\nValid call is: "
        "vtl_anomalydetection_init\n" +
            kTrailer,
-       1, StateAfter::absent},
+       1,
+       StateAfter::absent},
       {{kInit}, kInitReport, 0, StateAfter::present},
   });
   EXPECT_EQ(s.state(), StateImage::after_init().bytes());
@@ -74,13 +78,15 @@ TEST(Dispatcher, GetVersionReportsTheSavedTotalsOrNulls) {
   Session s;
   s.run_steps({
       {{kVersionCmd},
-       report_head("id_version", kNullSensitivity, "null") + "\t\"results\": [],\n" + kNullTail, 0,
+       report_head("id_version", kNullSensitivity, "null") + "\t\"results\": [],\n" + kNullTail,
+       0,
        StateAfter::absent},
       {{kVersionCmd, "x"},
        "Error: too many arguments Vantelo Emulator call !\nValid call is: "
        "vtl_anomalydetection_get_version\n" +
            kTrailer,
-       1, StateAfter::absent},
+       1,
+       StateAfter::absent},
   });
   StateImage saved = StateImage::after_init();
   saved.learned(12).i32(4, 5).i32(8, 3).i32(12, 2).f32(16, 0.125f);
@@ -140,9 +146,11 @@ TEST(Dispatcher, LearnWithoutAValidInputFormIsRefused) {
       {{kLearn},
        "Error: missing argument in Vantelo learning function call !\n"
        "Valid Vantelo learning function calls are:\n" +
-           kLearnUsage + kTrailer, 1},
+           kLearnUsage + kTrailer,
+       1},
       {{kLearn, "--files", "a"},
-       "Error: missing argument in Vantelo learning function call !\n" + kLearnUsage + kTrailer, 1},
+       "Error: missing argument in Vantelo learning function call !\n" + kLearnUsage + kTrailer,
+       1},
       {{kLearn, "--file"}, wrong_by_file, 1},
       {{kLearn, "--file", "a", "--begin", "1"}, wrong_by_file, 1},
       {{kLearn, "--file", "a", "--begin", "1", "--end", "2", "x"}, wrong_by_file, 1},
@@ -159,23 +167,27 @@ TEST(Dispatcher, DetectChecksTheLearningGateBeforeItsArguments) {
       {{kDetect},
        "Error: missing argument in Vantelo detection function call !\n"
        "Valid Vantelo detection function calls are:\n" +
-           kBareDetectUsage + kTrailer, 1},
+           kBareDetectUsage + kTrailer,
+       1},
       // The learning gate comes before the second argument is looked at.
       {{kDetect, "--bogus"}, no_learning, 1},
       {{kDetect, "--array", "1", "2", "3"}, no_learning, 1},
   });
   s.write_state(StateImage::after_init().learned(9).bytes());
   s.run_steps({{{kDetect, "--array", "1", "2", "3"},
-                "Error: not enough signals learned. 9 signals learned up to now !\n" + kTrailer, 1}});
+                "Error: not enough signals learned. 9 signals learned up to now !\n" + kTrailer,
+                1}});
   // A negative total passes the gate, which compares as an unsigned number.
   s.write_state(StateImage::after_init().learned(-5).bytes());
   s.run_steps({
       {{kDetect, "--bogus"},
-       "Error: missing argument in Vantelo detection function call !\n" + kDetectUsage + kTrailer, 1},
+       "Error: missing argument in Vantelo detection function call !\n" + kDetectUsage + kTrailer,
+       1},
       {{kDetect, "--file", "a", "b"},
        "Error: missing or not valid argument in Vantelo detection function call by file !\n"
        "Valid Vantelo detection function calls by file are:\n" +
-           usage_lines(kDetect, 2) + kTrailer, 1},
+           usage_lines(kDetect, 2) + kTrailer,
+       1},
   });
 }
 
@@ -188,10 +200,12 @@ TEST(Dispatcher, KnowledgeWithoutAReadableFileIsRefused) {
        "Error: missing argument in Vantelo load knowledge function call !\n"
        "Valid Vantelo load knowledge function calls is:\n"
        "\tvtl_anomalydetection_knowledge --knowledge_path filename\n" +
-           kTrailer, 1},
+           kTrailer,
+       1},
       {{kKnowledge, "--knowledge_path"},
        "Error: could not open knowledge file !\nCheck path of file and/or name of file is "
-       "correct.\n", 1},
+       "correct.\n",
+       1},
       {{kKnowledge, "--knowledge_path", "empty.bin"}, "Error: file is empty !\n", 1},
   });
 }
@@ -202,7 +216,8 @@ TEST(Dispatcher, KnowledgeWithAnotherOptionImportsNothing) {
   s.run_steps({{{kKnowledge, "--path", "missing.bin"},
                 report_head("load_knowledge", "1.00", "null") + "\t\"results\": [],\n" +
                     kNullDetectionResults + totals_tail(0, 0, 0, 0),
-                0, StateAfter::unchanged}});
+                0,
+                StateAfter::unchanged}});
 }
 
 TEST(Dispatcher, ASaveRemovesATemporaryNameLeftByAKilledRun) {
@@ -221,7 +236,9 @@ TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
   s.run({kInit});
   std::filesystem::permissions(s.path("Vantelo.dat"), std::filesystem::perms::owner_read);
   s.run_steps({
-      {{kSensitivity, "2"}, "Error: could not write state file Vantelo.dat !\n", 1,
+      {{kSensitivity, "2"},
+       "Error: could not write state file Vantelo.dat !\n",
+       1,
        StateAfter::unchanged},
       {{kLearn, "--array", "1", "2", "3"}, kStateMissing, 1, StateAfter::unchanged},
   });

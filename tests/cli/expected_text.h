@@ -28,8 +28,8 @@ inline const std::string kArrayUsageTail =
     " --array value1 value2 ... valueN (where value1 to valueN are the values of the input "
     "buffer)\n";
 inline std::string usage_lines(const std::string& command, int count) {
-  std::string text = "\t" + command + " --file filename --begin line --end line\n" + "\t" + command +
-                     " --file filename\n";
+  std::string text = "\t" + command + " --file filename --begin line --end line\n" + "\t" +
+                     command + " --file filename\n";
   if (count == 3) text += "\t" + command + kArrayUsageTail;
   return text;
 }
@@ -51,26 +51,26 @@ inline const std::string kNullTail =
 inline std::string totals_tail(int learned, int detected, int nominal, int anomaly) {
   return "\t\"learning_summary\": {\"signals\": " + std::to_string(learned) + "},\n" +
          "\t\"detection_summary\": {\"signals\": " + std::to_string(detected) +
-         ", \"nominal\": " + std::to_string(nominal) + ", \"anomaly\": " +
-         std::to_string(anomaly) + "}\n}\n";
+         ", \"nominal\": " + std::to_string(nominal) + ", \"anomaly\": " + std::to_string(anomaly) +
+         "}\n}\n";
 }
 inline const std::string kNullDetectionResults =
     "\t\"detection_results\": {\"signals\": null, \"nominal\": null, \"anomaly\": null},\n";
 inline std::string detection_results(int signals, int nominal, int anomaly) {
   return "\t\"detection_results\": {\"signals\": " + std::to_string(signals) +
-         ", \"nominal\": " + std::to_string(nominal) + ", \"anomaly\": " +
-         std::to_string(anomaly) + "},\n";
+         ", \"nominal\": " + std::to_string(nominal) + ", \"anomaly\": " + std::to_string(anomaly) +
+         "},\n";
 }
 
 // Result entries; line 0 stands for an entry of the array form (line null).
 inline std::string learn_entry(int signal, int line, bool last = false) {
-  return "\t\t{\"signal\": " + std::to_string(signal) + ", \"line\": " +
-         (line == 0 ? std::string("null") : std::to_string(line)) +
+  return "\t\t{\"signal\": " + std::to_string(signal) +
+         ", \"line\": " + (line == 0 ? std::string("null") : std::to_string(line)) +
          ", \"similarity\": null, \"status\": \"nominal\"}" + (last ? "" : ",") + "\n";
 }
 inline std::string detect_entry(int signal, int line, int similarity, bool last = false) {
-  return "\t\t{\"signal\": " + std::to_string(signal) + ", \"line\": " +
-         (line == 0 ? std::string("null") : std::to_string(line)) +
+  return "\t\t{\"signal\": " + std::to_string(signal) +
+         ", \"line\": " + (line == 0 ? std::string("null") : std::to_string(line)) +
          ", \"similarity\": " + std::to_string(similarity) + ", \"status\": \"" +
          (similarity > 89 ? "nominal" : "anomaly") + "\"}" + (last ? "" : ",") + "\n";
 }

@@ -82,7 +82,8 @@ class Dir {
   pid_t start(const Launch& launch, int* out_read, int* err_read) const {
     int out_pipe[2] = {-1, -1};
     int err_pipe[2];
-    if ((launch.out == Stdout::pipe || launch.out == Stdout::broken_pipe) && ::pipe(out_pipe) != 0) {
+    if ((launch.out == Stdout::pipe || launch.out == Stdout::broken_pipe) &&
+        ::pipe(out_pipe) != 0) {
       return -1;
     }
     if (::pipe(err_pipe) != 0) return -1;
@@ -91,10 +92,18 @@ class Dir {
       if (::chdir(path_.c_str()) != 0) ::_exit(120);
       switch (launch.out) {
         case Stdout::pipe:
-        case Stdout::broken_pipe: ::dup2(out_pipe[1], 1); break;
-        case Stdout::dev_full: ::dup2(::open("/dev/full", O_WRONLY), 1); break;
-        case Stdout::closed: ::close(1); break;
-        case Stdout::file: ::dup2(::open("report.out", O_WRONLY | O_CREAT | O_TRUNC, 0644), 1); break;
+        case Stdout::broken_pipe:
+          ::dup2(out_pipe[1], 1);
+          break;
+        case Stdout::dev_full:
+          ::dup2(::open("/dev/full", O_WRONLY), 1);
+          break;
+        case Stdout::closed:
+          ::close(1);
+          break;
+        case Stdout::file:
+          ::dup2(::open("report.out", O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+          break;
       }
       ::dup2(err_pipe[1], 2);
       if (launch.stdin_fd >= 0) ::dup2(launch.stdin_fd, 0);
@@ -187,8 +196,8 @@ bool only_expected_files(const Dir& dir, std::vector<std::string> allowed) {
   return true;
 }
 
-const std::vector<std::string> kWorkFiles = {"Vantelo.dat", "normal.csv",  "mixed.csv",
-                                             "knowledge.bin", "big.csv", "report.out"};
+const std::vector<std::string> kWorkFiles = {"Vantelo.dat",   "normal.csv", "mixed.csv",
+                                             "knowledge.bin", "big.csv",    "report.out"};
 
 // Kills a run of `command` after a random delay; the exit status (128 + 9 when
 // the kill hit it).
@@ -309,10 +318,14 @@ TEST(Faults, AFailingStandardOutputLeavesTheStateAndSaysWhy) {
       {Stdout::file, 4096, "File too large"},  // the report outgrows the limit, the state does not
   };
   for (const Case& c : cases) {
-    for (const auto& command : std::vector<std::vector<std::string>>{
-             {kLearn, "--file", "normal.csv"}, {kDetect, "--file", "big.csv"},
-             {kSensitivity, "4"}, {kInit}, {kKnowledge, "--knowledge_path", "knowledge.bin"}}) {
-      if (c.out == Stdout::file && (command.size() < 2 || command[1] != "--file")) continue;  // short reports fit
+    for (const auto& command :
+         std::vector<std::vector<std::string>>{{kLearn, "--file", "normal.csv"},
+                                               {kDetect, "--file", "big.csv"},
+                                               {kSensitivity, "4"},
+                                               {kInit},
+                                               {kKnowledge, "--knowledge_path", "knowledge.bin"}}) {
+      if (c.out == Stdout::file && (command.size() < 2 || command[1] != "--file"))
+        continue;  // short reports fit
       SCOPED_TRACE(command[0] + " / " + c.reason);
       Launch launch{command, c.out};
       launch.file_size_limit = c.limit;
@@ -360,7 +373,9 @@ TEST(Faults, ParallelInvocationsBehaveAsIfRunOneAfterAnother) {
   for (int round = 0; round < 3; ++round) {
     std::vector<std::thread> runs;
     for (int i = 0; i < 10; ++i) {
-      runs.emplace_back([&dir] { EXPECT_EQ(dir.run({kLearn, "--array", "4", "5", "6"}).status, 0); });
+      runs.emplace_back([&dir] {
+        EXPECT_EQ(dir.run({kLearn, "--array", "4", "5", "6"}).status, 0);
+      });
       runs.emplace_back([&dir] { EXPECT_EQ(dir.run({kSensitivity, "2"}).status, 0); });
     }
     for (std::thread& run : runs) run.join();
@@ -411,7 +426,8 @@ TEST(Faults, AFifoAsStateFileIsRefusedWithoutHanging) {
 }
 
 // Runs a command whose signal file comes through a pipe fed with `bytes`.
-Result run_with_piped_file(const Dir& dir, std::vector<std::string> args, const std::string& bytes) {
+Result run_with_piped_file(const Dir& dir, std::vector<std::string> args,
+                           const std::string& bytes) {
   int feed[2];
   EXPECT_EQ(::pipe(feed), 0);
   Launch launch{std::move(args)};
@@ -439,8 +455,8 @@ Result run_with_piped_file(const Dir& dir, std::vector<std::string> args, const 
 }
 
 TEST(Faults, APipeAsSignalFileGivesWhatTheSameBytesInAFileGive) {
-  for (const auto& range : std::vector<std::vector<std::string>>{{}, {"--begin", "3", "--end", "40"},
-                                                                 {"--end", "300", "--begin", "299"}}) {
+  for (const auto& range : std::vector<std::vector<std::string>>{
+           {}, {"--begin", "3", "--end", "40"}, {"--end", "300", "--begin", "299"}}) {
     Dir from_file;
     Dir from_pipe;
     prepare_trained(from_file);

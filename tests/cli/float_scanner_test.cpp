@@ -164,8 +164,9 @@ class Texts {
   std::string sign() { return chance(60) ? "" : chance(50) ? "-" : "+"; }
 
   std::string random_text() {
-    static const std::string kAlphabet = std::string(
-        "0123456789000111+-+-..eeEExXpPinfINFtyaTYA() \t\n\v\f\r,;bcdF") + '\0' + "\x80\xff";
+    static const std::string kAlphabet =
+        std::string("0123456789000111+-+-..eeEExXpPinfINFtyaTYA() \t\n\v\f\r,;bcdF") + '\0' +
+        "\x80\xff";
     std::string out;
     for (int n = uniform(0, 16); n > 0; --n) out += kAlphabet[uniform(0, kAlphabet.size() - 1)];
     return out;
@@ -178,10 +179,18 @@ class Texts {
                                            0x800000, 0x800001, 0x7f7ffffe, 0x7f7fffff};
     std::uint32_t b;
     switch (uniform(0, 3)) {
-      case 0: b = kEdges[uniform(0, 8)]; break;
-      case 1: b = static_cast<std::uint32_t>(uniform(0, 0x7f7fffff)); break;
-      case 2: b = static_cast<std::uint32_t>(uniform(0, 0x900000)); break;
-      default: b = static_cast<std::uint32_t>(uniform(0x3a800000, 0x447a0000)); break;
+      case 0:
+        b = kEdges[uniform(0, 8)];
+        break;
+      case 1:
+        b = static_cast<std::uint32_t>(uniform(0, 0x7f7fffff));
+        break;
+      case 2:
+        b = static_cast<std::uint32_t>(uniform(0, 0x900000));
+        break;
+      default:
+        b = static_cast<std::uint32_t>(uniform(0x3a800000, 0x447a0000));
+        break;
     }
     const double low = from_bits(b);
     const double high = b == 0x7f7fffff ? std::ldexp(1.0, 128) : from_bits(b + 1);
@@ -192,13 +201,20 @@ class Texts {
     const int lead = std::atoi(std::strchr(text, 'e') + 1);  // the first digit's power of ten
     while (mantissa.size() > 1 && mantissa.back() == '0') mantissa.pop_back();
     switch (uniform(0, 4)) {
-      case 0: mantissa += std::string(uniform(0, 30), '0') + "1"; break;
-      case 1: mantissa.resize(uniform(1, mantissa.size())); break;
-      case 2: mantissa += std::string(uniform(0, 30), '0'); break;
+      case 0:
+        mantissa += std::string(uniform(0, 30), '0') + "1";
+        break;
+      case 1:
+        mantissa.resize(uniform(1, mantissa.size()));
+        break;
+      case 2:
+        mantissa += std::string(uniform(0, 30), '0');
+        break;
       case 3:
         if (mantissa.back() > '0') --mantissa.back(), mantissa += std::string(uniform(1, 20), '9');
         break;
-      default: break;
+      default:
+        break;
     }
     const int exponent = lead - (static_cast<int>(mantissa.size()) - 1);
     return sign() + render(mantissa, exponent);
@@ -215,7 +231,10 @@ class Texts {
                                digits.substr(0, length - point) +
                                (point > 0 || chance(10) ? "." : "") + digits.substr(length - point);
     if (shown == 0 && chance(50)) return number;
-    return number + (chance(50) ? "e" : "E") + (shown < 0 ? "-" : chance(30) ? "+" : "") +
+    return number + (chance(50) ? "e" : "E") +
+           (shown < 0    ? "-"
+            : chance(30) ? "+"
+                         : "") +
            std::string(chance(10) ? uniform(1, 20) : 0, '0') + std::to_string(std::abs(shown));
   }
 
@@ -281,8 +300,8 @@ class Texts {
 
   // A text with white space before it, another text or a stray byte after it.
   std::string in_context(std::string text) {
-    static const char* kAfter[] = {"", ",", "\n", " ", ";", "x", "e", "E", "+", "-", ".",
-                                   "p", "(", "0", "1", "n", "i", "\x80"};
+    static const char* kAfter[] = {"",  ",", "\n", " ", ";", "x", "e", "E", "+",
+                                   "-", ".", "p",  "(", "0", "1", "n", "i", "\x80"};
     if (chance(20)) text = std::string(uniform(1, 3), chance(50) ? ' ' : '\t') + text;
     text += chance(5) ? std::string(1, '\0') : kAfter[uniform(0, 17)];
     return text;
@@ -343,17 +362,75 @@ TEST(FloatScannerDiff, TypicalLines) {
 // The forms glibc reads in its own way, failures included.
 TEST(FloatScannerDiff, NotableTexts) {
   const char* const kTexts[] = {
-      "", " ", " \t\n\v\f\r7", "nan(123)x", "1e+x", "0x1p", "infinx", "-x", "0x", "+.e1", "1e",
-      "0e5", "0xp1", "0x.", "0x.p1", "-0x.", "00x1", "0x1e+5", "-", "+", "-nan", "NaN", "nax",
-      "infinity", "INFINITYx", "infinit", "infi", "inf", "-inf,", "i", "n", "na", "0x1.8p3",
-      "0X.8P-1", "-.5", ".", ".e", "1.2.3", "1e5e3", "1e-+5", "--1", "e5", "0xg", "-0xg",
-      "0x1p+", "1e+", "-0", "0.e1", "1e5.", "3.4028235e38", "3.4028236e38", "1e39", "1e-46",
+      "",
+      " ",
+      " \t\n\v\f\r7",
+      "nan(123)x",
+      "1e+x",
+      "0x1p",
+      "infinx",
+      "-x",
+      "0x",
+      "+.e1",
+      "1e",
+      "0e5",
+      "0xp1",
+      "0x.",
+      "0x.p1",
+      "-0x.",
+      "00x1",
+      "0x1e+5",
+      "-",
+      "+",
+      "-nan",
+      "NaN",
+      "nax",
+      "infinity",
+      "INFINITYx",
+      "infinit",
+      "infi",
+      "inf",
+      "-inf,",
+      "i",
+      "n",
+      "na",
+      "0x1.8p3",
+      "0X.8P-1",
+      "-.5",
+      ".",
+      ".e",
+      "1.2.3",
+      "1e5e3",
+      "1e-+5",
+      "--1",
+      "e5",
+      "0xg",
+      "-0xg",
+      "0x1p+",
+      "1e+",
+      "-0",
+      "0.e1",
+      "1e5.",
+      "3.4028235e38",
+      "3.4028236e38",
+      "1e39",
+      "1e-46",
       "7.006492321624085354618647916449580656401309709382578858785341419448955413429303e-46",
       "1.40129846432481707092372958328991613128026194187651577175706828388979108268586060148"
       "663818836212158203125e-45",
-      "\x80" "1", "1\x80", "0.3012,0.1987,9.8100\n"};
+      "\x80"
+      "1",
+      "1\x80",
+      "0.3012,0.1987,9.8100\n"};
   for (const char* text : kTexts) EXPECT_EQ(memory_difference(text), "");
-  for (const std::string text : {"1\0" "2", "\0" "1", " \0" "1", "-\0" "1"}) {
+  for (const std::string text : {"1\0"
+                                 "2",
+                                 "\0"
+                                 "1",
+                                 " \0"
+                                 "1",
+                                 "-\0"
+                                 "1"}) {
     EXPECT_EQ(memory_difference(std::string(text.c_str(), text.size() + 2)), "");
   }
 }
@@ -378,8 +455,15 @@ TEST(FloatScanner, SignsAndConsumedBytesMatchFscanf) {
 // Tokens that straddle the first block of a file, at every offset.
 TEST(FloatScannerDiff, TokensAcrossBlocks) {
   Texts texts(7);
-  std::vector<std::string> tokens = {"0.30120000000000000000001", "1e+", "infinity", "-nan",
-                                     "0x1.8p3", "1e999999999999", "-0.0,", "infinx", "00x1"};
+  std::vector<std::string> tokens = {"0.30120000000000000000001",
+                                     "1e+",
+                                     "infinity",
+                                     "-nan",
+                                     "0x1.8p3",
+                                     "1e999999999999",
+                                     "-0.0,",
+                                     "infinx",
+                                     "00x1"};
   for (int i = 0; i < 6; ++i) tokens.push_back(texts.near_halfway());
   for (const std::string& token : tokens) {
     for (std::size_t k = 0; k <= token.size() + 1; ++k) {
@@ -435,7 +519,7 @@ TEST(FloatScanner, ReadsSignals) {
   EXPECT_FLOAT_BITS(std::strtof("9.8100", nullptr), signal[2]);
   ASSERT_TRUE(read_signal_values(in, signal));
   EXPECT_FLOAT_BITS(-1e-3f, signal[0]);
-  EXPECT_FLOAT_BITS(7.0f, signal[2]);  // 'x' is its separator
+  EXPECT_FLOAT_BITS(7.0f, signal[2]);            // 'x' is its separator
   EXPECT_FALSE(read_signal_values(in, signal));  // "5,6": the third number is missing
   EXPECT_FLOAT_BITS(6.0f, signal[1]);
   EXPECT_TRUE(in.at_end());

@@ -47,7 +47,9 @@ TEST(KnowledgeImport, OnlyAMatchingWholeRecordReplacesTheState) {
   s.run_steps({
       {{kKnowledge, "--knowledge_path", "wrong.bin"}, mismatch, 1, StateAfter::unchanged},
       {{kKnowledge, "--knowledge_path", "short.bin"}, mismatch, 1, StateAfter::unchanged},
-      {{kKnowledge, "--knowledge_path", "model.bin"}, loaded_report("model.bin", 14, 6), 0,
+      {{kKnowledge, "--knowledge_path", "model.bin"},
+       loaded_report("model.bin", 14, 6),
+       0,
        StateAfter::changed},
       {{kKnowledge, "--knowledge_path", "long.bin"}, loaded_report("long.bin", 14, 6), 0},
   });

@@ -4,9 +4,9 @@
 #include <sys/wait.h>
 
 #include <cctype>
-#include <cstring>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -69,7 +69,8 @@ RunResult Session::run(const std::vector<std::string>& args, bool json) {
   std::FILE* pipe = popen((command + " 2>.stderr").c_str(), "r");
   RunResult result;
   char buffer[65536];
-  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.out.append(buffer, got);
+  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    result.out.append(buffer, got);
   const int wait_status = pclose(pipe);
   result.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
   result.err = read_file(".stderr").value_or("");
@@ -95,11 +96,20 @@ void Session::run_steps(const std::vector<Step>& steps) {
     EXPECT_EQ(result.status, step.expected_status);
     const std::optional<std::string> after = state();
     switch (step.state) {
-      case StateAfter::any: break;
-      case StateAfter::unchanged: EXPECT_EQ(after, before); break;
-      case StateAfter::changed: EXPECT_NE(after, before); break;
-      case StateAfter::absent: EXPECT_FALSE(after.has_value()); break;
-      case StateAfter::present: EXPECT_TRUE(after.has_value()); break;
+      case StateAfter::any:
+        break;
+      case StateAfter::unchanged:
+        EXPECT_EQ(after, before);
+        break;
+      case StateAfter::changed:
+        EXPECT_NE(after, before);
+        break;
+      case StateAfter::absent:
+        EXPECT_FALSE(after.has_value());
+        break;
+      case StateAfter::present:
+        EXPECT_TRUE(after.has_value());
+        break;
     }
   }
 }
@@ -145,13 +155,20 @@ struct JsonChecker {
   }
   bool value() {
     switch (peek()) {
-      case '{': return sequence('}', [this] { return string() && eat(':') && value(); });
-      case '[': return sequence(']', [this] { return value(); });
-      case '"': return string();
-      case 't': return word("true");
-      case 'f': return word("false");
-      case 'n': return word("null");
-      default: return number();
+      case '{':
+        return sequence('}', [this] { return string() && eat(':') && value(); });
+      case '[':
+        return sequence(']', [this] { return value(); });
+      case '"':
+        return string();
+      case 't':
+        return word("true");
+      case 'f':
+        return word("false");
+      case 'n':
+        return word("null");
+      default:
+        return number();
     }
   }
 };

@@ -37,8 +37,8 @@ void learn_twelve(Session& s) {
 TEST(SignalInput, LearnByArrayReadsTheValuesAsStrtodDoes) {
   Session s;
   s.run({kInit});
-  const std::string report = learning_head("array") + learn_entry(1, 0, true) + kResultsClose +
-                             learning_tail(1);
+  const std::string report =
+      learning_head("array") + learn_entry(1, 0, true) + kResultsClose + learning_tail(1);
   s.run_steps({{{kLearn, "--array", "1", "abc", "3"}, report, 0, StateAfter::changed}});
   // "abc" reads as 0: the signal learned was (1, 0, 3), in slot 0.
   const std::string state = *s.state();
@@ -54,11 +54,14 @@ TEST(SignalInput, AnArrayOfOtherThanThreeValuesIsRefused) {
   s.run({kInit});
   s.run_steps({
       {{kLearn, "--array", "1", "2"},
-       "Error the number of input data is too small !!!\nNumber of input data: 2, instead of 3\n", 1},
+       "Error the number of input data is too small !!!\nNumber of input data: 2, instead of 3\n",
+       1},
       {{kLearn, "--array"},
-       "Error the number of input data is too small !!!\nNumber of input data: 0, instead of 3\n", 1},
+       "Error the number of input data is too small !!!\nNumber of input data: 0, instead of 3\n",
+       1},
       {{kLearn, "--array", "1", "2", "3", "4"},
-       "Error the number of input data is too large !!!\nNumber of input data: 4, instead of 3\n", 1},
+       "Error the number of input data is too large !!!\nNumber of input data: 4, instead of 3\n",
+       1},
   });
 }
 
@@ -71,13 +74,16 @@ TEST(SignalInput, LearnByFileReadsTheWholeFileOrTheRange) {
       {{kLearn, "--file", "three.csv"},
        learning_head("three.csv") + learn_entry(1, 1) + learn_entry(2, 2) +
            learn_entry(3, 3, true) + kResultsClose + learning_tail(3),
-       0, StateAfter::changed},
+       0,
+       StateAfter::changed},
       {{kLearn, "--file", "five.csv", "--begin", "2", "--end", "3"},
        learning_head("five.csv") + learn_entry(4, 2) + learn_entry(5, 3, true) + kResultsClose +
            learning_tail(5),
-       0, StateAfter::changed},
+       0,
+       StateAfter::changed},
       {{kLearn, "--file", "five.csv", "--end", "5", "--begin", "5"},
-       learning_head("five.csv") + learn_entry(6, 5, true) + kResultsClose + learning_tail(6), 0,
+       learning_head("five.csv") + learn_entry(6, 5, true) + kResultsClose + learning_tail(6),
+       0,
        StateAfter::changed},
   });
 }
@@ -91,7 +97,8 @@ TEST(SignalInput, ABadRangeIsRefusedWithItsOwnMessage) {
       "End line number must be >= to begin line number\n";
   const std::string bad_begin =
       "Error: argument --begin is not correct !\nBegin line number must be > 0\n";
-  const std::string bad_end = "Error: argument --end is not correct !\nEnd line number must be > 0\n";
+  const std::string bad_end =
+      "Error: argument --end is not correct !\nEnd line number must be > 0\n";
   const std::string kCannotOpen =
       "Error: could not open file !\nCheck path of file and/or name of file is correct.\n";
   const std::string invalid =
@@ -145,7 +152,8 @@ TEST(SignalInput, ReaderCountsSignalsNotLines) {
     EXPECT_EQ(model_learned_from(converted), reference) << "separator '" << to << "'";
   }
   // Four values on a line shift every later signal; the reader never resynchronises.
-  EXPECT_EQ(model_learned_from("1,2,3,4\n5,6\n7,8,9\n"), model_learned_from("1,2,3\n4,5,6\n7,8,9\n"));
+  EXPECT_EQ(model_learned_from("1,2,3,4\n5,6\n7,8,9\n"),
+            model_learned_from("1,2,3\n4,5,6\n7,8,9\n"));
 }
 
 TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
@@ -160,13 +168,16 @@ TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
       {{kLearn, "--file", "trailing.csv"},
        learning_head("trailing.csv") + learn_entry(1, 1) + learn_entry(2, 2) +
            "Error: incompatibility between required and number of data in file trailing.csv !\n" +
-           check, 1},
+           check,
+       1},
       {{kLearn, "--file", "space.csv"},
-       learning_head("space.csv") + "Error in reading file space.csv !\n" + check, 1,
+       learning_head("space.csv") + "Error in reading file space.csv !\n" + check,
+       1,
        StateAfter::unchanged},
       {{kLearn, "--file", "halfway.csv"},
        learning_head("halfway.csv") + learn_entry(1, 1) + "Error in reading file halfway.csv !\n" +
-           check, 1},
+           check,
+       1},
   });
 }
 
@@ -182,10 +193,12 @@ TEST(SignalInput, TheLastLineWithoutANewlineIsNeverRead) {
            learning_tail(2),
        0},
       {{kLearn, "--file", "open.csv", "--begin", "1", "--end", "3"},
-       "Error: argument --end is not compatible with the number of lines in file !\n", 1},
+       "Error: argument --end is not compatible with the number of lines in file !\n",
+       1},
       // No newline at all: no signal, and the results are closed all the same.
       {{kLearn, "--file", "oneline.csv"},
-       learning_head("oneline.csv") + kResultsClose + learning_tail(2), 0},
+       learning_head("oneline.csv") + kResultsClose + learning_tail(2),
+       0},
   });
 }
 
@@ -197,7 +210,8 @@ TEST(SignalInput, DetectionTotalsCountAcrossInvocations) {
   ASSERT_EQ(first.status, 0);
   // The summaries count the entries as they were classified.
   int nominal = 0;
-  for (size_t at = 0; (at = first.out.find("\"status\": \"nominal\"}", at)) != std::string::npos; ++at) {
+  for (size_t at = 0; (at = first.out.find("\"status\": \"nominal\"}", at)) != std::string::npos;
+       ++at) {
     ++nominal;
   }
   EXPECT_NE(first.out.find("\t\t{\"signal\": 12, \"line\": 12, \"similarity\": "),
@@ -211,7 +225,8 @@ TEST(SignalInput, DetectionTotalsCountAcrossInvocations) {
       {{kDetect, "--array", "50", "-40", "3"},
        head + detect_entry(13, 0, 0, true) + kResultsClose + detection_results(1, 0, 1) +
            totals_tail(12, 13, nominal, 13 - nominal),
-       0, StateAfter::changed},
+       0,
+       StateAfter::changed},
   });
 }
 

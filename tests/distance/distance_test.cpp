@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 #include <random>
@@ -26,9 +26,13 @@ TEST(VectorPrimitives, MeanIsOneDivisionOfTheSum) {
 
 TEST(VectorPrimitives, FindMaxKeepsTheFirstMaximumAndALeadingNaN) {
   float out;
-  struct Max { float v[4]; std::uint32_t n, index; float value; };
-  for (const Max& c : {Max{{2, 5, 5, 1}, 4, 1, 5}, Max{{kNaN, 1, 2}, 3, 0, kNaN},
-                       Max{{1, kNaN, 2}, 3, 2, 2}}) {
+  struct Max {
+    float v[4];
+    std::uint32_t n, index;
+    float value;
+  };
+  for (const Max& c :
+       {Max{{2, 5, 5, 1}, 4, 1, 5}, Max{{kNaN, 1, 2}, 3, 0, kNaN}, Max{{1, kNaN, 2}, 3, 2, 2}}) {
     std::uint32_t index = 9;
     find_max(c.v, c.n, &out, &index);
     EXPECT_FLOAT_BITS(c.value, out);
@@ -39,8 +43,8 @@ TEST(VectorPrimitives, FindMaxKeepsTheFirstMaximumAndALeadingNaN) {
 TEST(VectorPrimitives, SqrtOrZeroAndAbsKeepTheSignOfZero) {
   float out;
   // Ordered tests: -0.0 passes x >= 0 and keeps its sign through sqrtf; NaN fails.
-  for (const auto& [x, root] : {std::pair{16.0f, 4.0f}, {-1.0f, 0.0f}, {kNaN, 0.0f},
-                                {-0.0f, -0.0f}}) {
+  for (const auto& [x, root] :
+       {std::pair{16.0f, 4.0f}, {-1.0f, 0.0f}, {kNaN, 0.0f}, {-0.0f, -0.0f}}) {
     sqrt_or_zero(&out, x);
     EXPECT_FLOAT_BITS(root, out) << x;
   }
@@ -71,12 +75,16 @@ TEST(VectorPrimitives, EmptyReductionsReadNothingAndGiveNaN) {
 }
 
 TEST(PearsonCorrelation, ComesFromRawSumsAndGivesZeroBeyondOne) {
-  struct Case { float x[3], y[3]; std::uint16_t n; float expected; };
+  struct Case {
+    float x[3], y[3];
+    std::uint16_t n;
+    float expected;
+  };
   const Case cases[] = {
       {{1, 2, 3}, {2, 4, 6}, 3, 1.0f},
       {{1, 2, 3}, {3, 2, 1}, 3, -1.0f},
       {{1000.5f, 1000.25f, 999.75f}, {1, 2, 3}, 3, -0.9185586f},  // raw sums cancel: not -0.982
-      {{1, 1, 1}, {1, 2, 3}, 3, 0.0f},                           // constant: 0/0
+      {{1, 1, 1}, {1, 2, 3}, 3, 0.0f},                            // constant: 0/0
       {{0.1f, 0.2f}, {1.1f, 1.3f}, 2, 0.0f},  // +-1.0000052 from rounding, replaced
       {{0.1f, 0.2f}, {1.3f, 1.1f}, 2, 0.0f},
       {{4}, {-1}, 1, 0.0f},
@@ -126,8 +134,11 @@ float angle(const float* x, const float* y) { return measure_distance(0, 4, 1, x
 
 TEST(MeasureDistance, TheAngleClampsItsCosineToPlusMinusOne) {
   // Parallel (2x) rounds to a cosine of 0.99999994; 1000-scale vectors to +-1.0000001 (clamped).
-  struct Case { float x[3], y[3], expected; };
-  for (const Case& c : {Case{{1, 0, 0}, {0, 1, 0}, 1.5707964f}, {{1, 0, 0}, {-2, 0, 0}, 3.1415927f},
+  struct Case {
+    float x[3], y[3], expected;
+  };
+  for (const Case& c : {Case{{1, 0, 0}, {0, 1, 0}, 1.5707964f},
+                        {{1, 0, 0}, {-2, 0, 0}, 3.1415927f},
                         {{1, 2, 3}, {2, 4, 6}, std::acos(0.99999994f)},
                         {{5.5f, -2.25f, 1000}, {5.5f, -2.25f, 1000}, 0.0f},
                         {{5.5f, -2.25f, 1000}, {-5.5f, 2.25f, -1000}, 3.1415927f}})
@@ -226,9 +237,17 @@ namespace {
 TEST(KnownNorms, GiveTheMeasureBitForBitWithTheSameWorkspace) {
   const float q = std::numeric_limits<float>::quiet_NaN();
   const float inf = std::numeric_limits<float>::infinity();
-  const std::vector<std::array<float, 3>> vectors = {
-      {1, 0, 0}, {1, 2, 3}, {2, 4, 6}, {0, 0, 0}, {-0.0f, 0, 0}, {1e-40f, -3e-45f, 1e-38f},
-      {q, 1, 2}, {inf, 1, 1}, {3.4e38f, 3.4e38f, 1}, {5.5f, -2.25f, 1000}, {-5.5f, 2.25f, -1000}};
+  const std::vector<std::array<float, 3>> vectors = {{1, 0, 0},
+                                                     {1, 2, 3},
+                                                     {2, 4, 6},
+                                                     {0, 0, 0},
+                                                     {-0.0f, 0, 0},
+                                                     {1e-40f, -3e-45f, 1e-38f},
+                                                     {q, 1, 2},
+                                                     {inf, 1, 1},
+                                                     {3.4e38f, 3.4e38f, 1},
+                                                     {5.5f, -2.25f, 1000},
+                                                     {-5.5f, 2.25f, -1000}};
   for (unsigned a = 0; a < 7; ++a) {
     for (unsigned b = 0; b < 7; ++b) {
       for (const auto& x : vectors) {
@@ -238,10 +257,12 @@ TEST(KnownNorms, GiveTheMeasureBitForBitWithTheSameWorkspace) {
           const auto sa = static_cast<std::uint8_t>(a == 6 ? 200 : a);
           const auto sb = static_cast<std::uint8_t>(b);
           const float plain = measure_distance(1, sa, sb, x.data(), y.data(), work_plain, 3);
-          const float known = combined_distance_known_norms(
-              sa, sb, x.data(), y.data(), angle_norm(x.data(), 3), angle_norm(y.data(), 3), work_known, 3);
+          const float known =
+              combined_distance_known_norms(sa, sb, x.data(), y.data(), angle_norm(x.data(), 3),
+                                            angle_norm(y.data(), 3), work_known, 3);
           ASSERT_EQ(test::bits(plain), test::bits(known)) << "selectors " << a << ", " << b;
-          for (int i = 0; i < 3; ++i) ASSERT_EQ(test::bits(work_plain[i]), test::bits(work_known[i]));
+          for (int i = 0; i < 3; ++i)
+            ASSERT_EQ(test::bits(work_plain[i]), test::bits(work_known[i]));
         }
       }
     }

@@ -55,7 +55,8 @@ Knowledge learned_knowledge() {
   vtl_anomalydetection_init();
   for (int k = 0; k < 25; ++k) {
     const float signal[3] = {1.0f + 0.37f * static_cast<float>(k % 7),
-                             2.0f * static_cast<float>(k % 5), 3.0f - 0.5f * static_cast<float>(k % 3)};
+                             2.0f * static_cast<float>(k % 5),
+                             3.0f - 0.5f * static_cast<float>(k % 3)};
     vtl_anomalydetection_learn(signal);
   }
   Knowledge k{};

@@ -183,7 +183,8 @@ TEST(Learning, AClusterOf50IsNotLarge) {
 TEST(Learning, EveryPassGivesTheDistancesOfItsSelectors) {
   fill_table_far_apart();
   learn_x(1e6f);
-  for (const auto& [primary, secondary] : {std::pair{0, 2}, {0, 2}, {4, 2}, {0, 2}, {0, 1}, {0, 2}}) {
+  for (const auto& [primary, secondary] :
+       {std::pair{0, 2}, {0, 2}, {4, 2}, {0, 2}, {0, 1}, {0, 2}}) {
     measure_primary = static_cast<std::uint8_t>(primary);
     measure_secondary = static_cast<std::uint8_t>(secondary);
     ClusterRecord seen[kClusterSlots];
@@ -218,7 +219,7 @@ TEST(Learning, SmallestCountTrackerCarriesAcrossPasses) {
   learn_x(1.0f);  // merges slots 0 and 9: the tracker saw 1 at slot 0 first
   EXPECT_EQ(cluster_table[0].count, 2);
   EXPECT_EQ(smallest_count, 65535);  // the merge involved the tracked slot
-  learn_x(2.0f);  // joins slot 0 again (count 3); the tracker now holds slot 1
+  learn_x(2.0f);                     // joins slot 0 again (count 3); the tracker now holds slot 1
   EXPECT_EQ(smallest_count, 1);
   EXPECT_EQ(smallest_count_slot, 1);
   EXPECT_EQ(cluster_table[0].count, 3);

@@ -93,7 +93,7 @@ TEST(EngineInterface, DetectionWaitsForTenLearnedSignals) {
   engine_status = status_ok;
   EXPECT_EQ(status_minimum_learning_pending, vtl_anomalydetection_detect(kSignal, &similarity));
   EXPECT_EQ(255, similarity);
-  EXPECT_EQ(status_minimum_learning_pending, engine_status);  // stored
+  EXPECT_EQ(status_minimum_learning_pending, engine_status);                     // stored
   EXPECT_EQ(status_minimum_learning_done, vtl_anomalydetection_learn(kSignal));  // the tenth
   similarity = 255;
   EXPECT_EQ(status_ok, vtl_anomalydetection_detect(kSignal, &similarity));

@@ -29,14 +29,19 @@ void expect_same_floats(const float* a, const float* b, unsigned n, const char* 
 
 void expect_same(const EngineSnapshot& cached, const EngineSnapshot& full, int step) {
   for (unsigned k = 0; k < kClusterSlots; ++k) {
-    ASSERT_EQ(cached.cluster_table[k].count, full.cluster_table[k].count) << "slot " << k << " step " << step;
-    ASSERT_EQ(bits(cached.cluster_table[k].radius), bits(full.cluster_table[k].radius)) << "slot " << k;
-    expect_same_floats(cached.cluster_table[k].center, full.cluster_table[k].center, 3, "center", step);
+    ASSERT_EQ(cached.cluster_table[k].count, full.cluster_table[k].count)
+        << "slot " << k << " step " << step;
+    ASSERT_EQ(bits(cached.cluster_table[k].radius), bits(full.cluster_table[k].radius))
+        << "slot " << k;
+    expect_same_floats(cached.cluster_table[k].center, full.cluster_table[k].center, 3, "center",
+                       step);
   }
   expect_same_floats(cached.pair_distance, full.pair_distance, kPairCount, "pair_distance", step);
   expect_same_floats(&cached.closest_distance, &full.closest_distance, 1, "closest_distance", step);
-  expect_same_floats(cached.merge_saved_center, full.merge_saved_center, 3, "merge_saved_center", step);
-  expect_same_floats(cached.distance_workspace, full.distance_workspace, 3, "distance_workspace", step);
+  expect_same_floats(cached.merge_saved_center, full.merge_saved_center, 3, "merge_saved_center",
+                     step);
+  expect_same_floats(cached.distance_workspace, full.distance_workspace, 3, "distance_workspace",
+                     step);
   expect_same_floats(cached.staged_signal, full.staged_signal, 3, "staged_signal", step);
   ASSERT_EQ(cached.smallest_count, full.smallest_count) << "step " << step;
   ASSERT_EQ(cached.smallest_count_slot, full.smallest_count_slot) << "step " << step;
@@ -56,7 +61,11 @@ struct Step {
 float odd_value(std::mt19937& random) {
   constexpr float kValues[] = {std::numeric_limits<float>::quiet_NaN(),
                                std::numeric_limits<float>::infinity(),
-                               -std::numeric_limits<float>::infinity(), 0.0f, -0.0f, 1e-40f, 3.4e38f};
+                               -std::numeric_limits<float>::infinity(),
+                               0.0f,
+                               -0.0f,
+                               1e-40f,
+                               3.4e38f};
   return kValues[random() % (sizeof kValues / sizeof kValues[0])];
 }
 
@@ -71,21 +80,25 @@ std::vector<Step> random_sequence(unsigned seed, int length) {
     if (random() % 40 == 0) step.signal[random() % 3] = odd_value(random);
     if (random() % 150 == 0) {
       step.import = true;
-      for (unsigned p = 0; p < kKnowledgeModelValues; ++p) step.knowledge[p] = static_cast<float>(random() % 4) + noise(random);
+      for (unsigned p = 0; p < kKnowledgeModelValues; ++p)
+        step.knowledge[p] = static_cast<float>(random() % 4) + noise(random);
       step.knowledge[0] = 500;
       // Every selector pair occurs, the correlation and angle measures included.
       step.knowledge[1] = static_cast<float>(random() % 7);
-      step.knowledge[2] = static_cast<float>(random() % 2 == 0 ? random() % 7 : 200 + random() % 56);
+      step.knowledge[2] =
+          static_cast<float>(random() % 2 == 0 ? random() % 7 : 200 + random() % 56);
       for (unsigned k = 0; k < kClusterSlots; ++k) {
         step.knowledge[6 + 5 * k] = 0.1f;
-        step.knowledge[7 + 5 * k] = static_cast<float>(15 + random() % 60);  // large clusters drop signals
+        step.knowledge[7 + 5 * k] =
+            static_cast<float>(15 + random() % 60);  // large clusters drop signals
       }
       // Slot numbers beyond the table, as a hand-made file may hold.
       step.knowledge[53] = static_cast<float>(random() % 3 == 0 ? 200 : random() % 10);
       step.knowledge[54] = 9;
       step.knowledge[55] = static_cast<float>(random() % 3 == 0 ? 77 : random() % 10);
       step.knowledge[56] = static_cast<float>(random() % 70);
-      std::memcpy(step.knowledge + kKnowledgeModelValues, kKnowledgeSignature, sizeof kKnowledgeSignature);
+      std::memcpy(step.knowledge + kKnowledgeModelValues, kKnowledgeSignature,
+                  sizeof kKnowledgeSignature);
     }
   }
   return steps;

@@ -31,15 +31,15 @@ TEST(Scoring, EachMergedClusterVotesClampedTo0To100) {
     float radius, x, factor, expected;
   };
   const Case cases[] = {
-      {1, 5.0f, 1.0f, kFactor, 0.0f},          // single signals never vote
-      {2, 1.0f, 1.0f, kFactor, 100.0f},        // 310.3 clamped
-      {2, 1.0f, 0.0f, kFactor, 100.0f},        // distance 0: q = +inf
-      {2, 0.0f, 0.0f, kFactor, 0.0f},          // 0 / 0
-      {2, 0.0f, 2.0f, kFactor, 0.0f},          // radius 0
-      {2, 1.0f, 2.0f, test::kNaN, 0.0f},       // NaN sensitivity
-      {2, 1.0f, 2.0f, -0.29f, 0.0f},           // negative sensitivity
-      {2, 1.0f, 2.0f, 0.0f, 100.0f},           // sensitivity 0
-      {2, 1.0f, test::kNaN, kFactor, 0.0f},    // NaN distance
+      {1, 5.0f, 1.0f, kFactor, 0.0f},        // single signals never vote
+      {2, 1.0f, 1.0f, kFactor, 100.0f},      // 310.3 clamped
+      {2, 1.0f, 0.0f, kFactor, 100.0f},      // distance 0: q = +inf
+      {2, 0.0f, 0.0f, kFactor, 0.0f},        // 0 / 0
+      {2, 0.0f, 2.0f, kFactor, 0.0f},        // radius 0
+      {2, 1.0f, 2.0f, test::kNaN, 0.0f},     // NaN sensitivity
+      {2, 1.0f, 2.0f, -0.29f, 0.0f},         // negative sensitivity
+      {2, 1.0f, 2.0f, 0.0f, 100.0f},         // sensitivity 0
+      {2, 1.0f, test::kNaN, kFactor, 0.0f},  // NaN distance
   };
   for (const Case& c : cases) {
     one_cluster(c.count, c.radius);
@@ -87,7 +87,8 @@ TEST(Scoring, DetectionTruncatesTheScoreToTheByte) {
   engine_status = status_minimum_learning_done;
   const float signal[3] = {1.0f, 0.0f, 0.0f};
   std::uint8_t similarity = 0;
-  for (const auto& [sens, expected] : {std::pair{1.0f, 89}, std::pair{0.0f, 100}, std::pair{2.0f, 44}}) {
+  for (const auto& [sens, expected] :
+       {std::pair{1.0f, 89}, std::pair{0.0f, 100}, std::pair{2.0f, 44}}) {
     sensitivity = sens;
     EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_ok);
     EXPECT_EQ(similarity, expected) << "sensitivity " << sens;

@@ -84,9 +84,9 @@ TEST(BufferFeatures, AnEmptyBufferIsNeverRead) {
   for (auto f : {feature_sum, feature_sum_squares, feature_abs_diff_sum})
     EXPECT_FLOAT_BITS(0.0f, f(nullptr, 0));
   for (auto f : {feature_mean, feature_min, feature_max, feature_peak_to_peak, feature_peak,
-                 feature_variance, feature_std, feature_rms, feature_crest_factor,
-                 feature_skewness, feature_kurtosis, feature_clearance_factor,
-                 feature_impulse_factor, feature_shape_factor, feature_entropy, feature_median})
+                 feature_variance, feature_std, feature_rms, feature_crest_factor, feature_skewness,
+                 feature_kurtosis, feature_clearance_factor, feature_impulse_factor,
+                 feature_shape_factor, feature_entropy, feature_median})
     EXPECT_TRUE(std::isnan(f(nullptr, 0)));
   EXPECT_TRUE(std::isnan(feature_percentile(nullptr, 0, 0)));
   for (auto f : {feature_zero_crossings, feature_mean_crossings, feature_argmax})
@@ -257,14 +257,15 @@ struct Call {
 };
 
 // In identifier order, from the 5th percentile to the entropy, of (1, 2, 3, 10).
-const float kFeaturesOf1To10[23] = {1.15f, 1.75f, 4.75f, 8.949999f, 2.5f, 4.0f, 1.0f, 10.0f,
-                                    10.0f, 9.0f, 3.5355339f, 12.5f, 5.3385391f, 1.8731716f,
-                                    -0.7695999f, 1.0182338f, 2.995425f, 2.5f, 1.3346348f, 9.0f,
-                                    0.0f, 1.0f, 1.3862944f};
+const float kFeaturesOf1To10[23] = {
+    1.15f,     1.75f, 4.75f,      8.949999f, 2.5f,       4.0f,       1.0f,        10.0f,
+    10.0f,     9.0f,  3.5355339f, 12.5f,     5.3385391f, 1.8731716f, -0.7695999f, 1.0182338f,
+    2.995425f, 2.5f,  1.3346348f, 9.0f,      0.0f,       1.0f,       1.3862944f};
 
 TEST(ExtractFeatures, EveryTimeDomainFeatureLandsInItsRow) {
   const Call call({1, 2, 3, 10}, identity_slots(0, 22), kFeatureCount, 0, 4);
-  for (int k = 0; k < 23; ++k) EXPECT_FLOAT_BITS(kFeaturesOf1To10[k], call.at(k)) << "feature " << k;
+  for (int k = 0; k < 23; ++k)
+    EXPECT_FLOAT_BITS(kFeaturesOf1To10[k], call.at(k)) << "feature " << k;
   for (int r = 0; r < kFeatureCount; ++r) EXPECT_EQ(kUntouched, call.matrix[r * 2]);
   EXPECT_TRUE(untouched(call.fft_work));
 
@@ -276,11 +277,29 @@ TEST(ExtractFeatures, EveryTimeDomainFeatureLandsInItsRow) {
 
 TEST(ExtractFeatures, OfTwoFeaturesInOneRowTheLaterWrittenStays) {
   // Neighbours in this order all differ on (1, 2, 3, 10).
-  const FeatureId order[] = {
-      FEAT_MIN, FEAT_MAX, FEAT_PEAK_TO_PEAK, FEAT_PEAK, FEAT_MEAN, FEAT_VARIANCE, FEAT_STD,
-      FEAT_SKEWNESS, FEAT_KURTOSIS, FEAT_ZERO_CROSSINGS, FEAT_MEAN_CROSSINGS, FEAT_RMS,
-      FEAT_SHAPE_FACTOR, FEAT_IMPULSE_FACTOR, FEAT_CLEARANCE_FACTOR, FEAT_CREST_FACTOR,
-      FEAT_ABS_DIFF_SUM, FEAT_P5, FEAT_P25, FEAT_P75, FEAT_P95, FEAT_MEDIAN, FEAT_ENTROPY};
+  const FeatureId order[] = {FEAT_MIN,
+                             FEAT_MAX,
+                             FEAT_PEAK_TO_PEAK,
+                             FEAT_PEAK,
+                             FEAT_MEAN,
+                             FEAT_VARIANCE,
+                             FEAT_STD,
+                             FEAT_SKEWNESS,
+                             FEAT_KURTOSIS,
+                             FEAT_ZERO_CROSSINGS,
+                             FEAT_MEAN_CROSSINGS,
+                             FEAT_RMS,
+                             FEAT_SHAPE_FACTOR,
+                             FEAT_IMPULSE_FACTOR,
+                             FEAT_CLEARANCE_FACTOR,
+                             FEAT_CREST_FACTOR,
+                             FEAT_ABS_DIFF_SUM,
+                             FEAT_P5,
+                             FEAT_P25,
+                             FEAT_P75,
+                             FEAT_P95,
+                             FEAT_MEDIAN,
+                             FEAT_ENTROPY};
   for (int i = 1; i < 23; ++i) {
     Slots pair;
     pair.fill(255);

@@ -46,7 +46,8 @@ void set_distinct_model() {
 
 void put_le(std::vector<std::uint8_t>& image, std::size_t offset, std::uint32_t value,
             std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i) image[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
+  for (std::size_t i = 0; i < size; ++i)
+    image[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
 // The layout as documented: offsets and widths written out, not computed by

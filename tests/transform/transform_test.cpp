@@ -24,10 +24,17 @@ Floats random(std::mt19937& rng, int n, float lo = -2.0f, float hi = 2.0f) {
 
 TEST(Fft, SizesArePowersOfTwoThatFit16Bits) {
   // {n, log2, lower, upper}; past 32768 the upper bound wraps to 0 in 16 bits.
-  const std::uint16_t sizes[][4] = {{0, 0, 0, 0}, {1, 0, 1, 1}, {2, 1, 2, 2}, {3, 0, 2, 4},
-                                    {12, 2, 8, 16}, {1000, 3, 512, 1024}, {1024, 10, 1024, 1024},
-                                    {32767, 0, 16384, 32768}, {32768, 15, 32768, 32768},
-                                    {32769, 0, 0, 0}, {65535, 0, 0, 0}};
+  const std::uint16_t sizes[][4] = {{0, 0, 0, 0},
+                                    {1, 0, 1, 1},
+                                    {2, 1, 2, 2},
+                                    {3, 0, 2, 4},
+                                    {12, 2, 8, 16},
+                                    {1000, 3, 512, 1024},
+                                    {1024, 10, 1024, 1024},
+                                    {32767, 0, 16384, 32768},
+                                    {32768, 15, 32768, 32768},
+                                    {32769, 0, 0, 0},
+                                    {65535, 0, 0, 0}};
   for (const auto& s : sizes) {
     std::uint16_t lower = 7, upper = 7;
     power_of_two_bounds(s[0], &lower, &upper);
@@ -99,12 +106,14 @@ void plain_convolve(const float* kernel, const float* signal, float* out, int kl
 TEST(Fir, KernelTapsOfEachTypeAreTheEnginesSincTerms) {
   // fs 100, f_low 25, f_high 40: fc1 = 0.5, fc2 = 0.8. {type, k = 0, k = +-1, k = +-2}; the
   // high-pass tap at +-1 holds the residue of sinf(pi), which is not 0 in single precision.
-  const float taps[][4] = {{0, 0.5f, 0.31830987f, 0}, {1, 0.5f, -0.3183099f, 0},
+  const float taps[][4] = {{0, 0.5f, 0.31830987f, 0},
+                           {1, 0.5f, -0.3183099f, 0},
                            {2, 0.3f, -0.13121204f, -0.15136532f},
                            {3, -0.3f, -0.50540775f, 0.15136538f}};
   for (const auto& t : taps) {
     const Floats k = design(static_cast<int>(t[0]), 100, 25, 40);
-    for (int d : {-1, 0, 1}) EXPECT_EQ(t[1 + std::abs(d)], k[32 + d]) << "type " << t[0] << " tap " << d;
+    for (int d : {-1, 0, 1})
+      EXPECT_EQ(t[1 + std::abs(d)], k[32 + d]) << "type " << t[0] << " tap " << d;
     if (t[3] == 0) continue;
     for (int d : {-2, 2}) EXPECT_EQ(t[3], k[32 + d]) << "type " << t[0] << " tap " << d;
   }
