@@ -6,8 +6,9 @@
   sin:  sin(k pi / 128) for k = 0..255 (accurate path), {sin, cos}(k pi / 512)
         for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
         128 bits of 1/(2 pi) that the reduction of large arguments needs.
-  log:  for 512 intervals of [0x3f330000, 2 * 0x3f330000): a reciprocal 1/c with
-        24 significant bits and -log(1/c); the two intervals next to 1 use c = 1.
+  log:  for 512 intervals of [0x3f330000, 2 * 0x3f330000), each within one
+        binade: the float c at its centre, 1/c and log c (c = 1 for the two
+        intervals next to 1); k log 2 and 2^-k for every float exponent k.
 """
 import mpmath as mp
 
@@ -71,17 +72,17 @@ def f32(bits):
 
 
 def log_table():
+    # Interval i holds the floats z with bits off + i 2^14 + j, 0 <= j < 2^14, all
+    # of one binade; c is the float at j = 2^13, so that z - c is exact. The rows
+    # are {1/c, log c, c}; the two intervals next to 1 take c = 1 instead.
     off = 0x3F330000
     rows = []
     for i in range(512):
         if i in (307, 308):  # [1 - 2^-10, 1) and [1, 1 + 2^-9)
-            rows.append(('0x1p+0', '0x0p+0'))
+            rows.append(('0x1p+0', '0x0p+0', '0x1p+0'))
             continue
         c = f32(off + (i << 14) + (1 << 13))
-        inv = 1 / c
-        e = int(mp.floor(mp.log(inv, 2)))
-        inv = mp.nint(inv * mp.mpf(2) ** (23 - e)) / mp.mpf(2) ** (23 - e)
-        rows.append((hexd(inv), hexd(-mp.log(inv))))
+        rows.append((hexd(1 / c), hexd(mp.log(c)), hexd(c)))
     return rows
 
 
@@ -115,16 +116,19 @@ def main():
     for hi, lo in inv_two_pi_windows():
         print('    {0x%016xull, 0x%016xull},' % (hi, lo))
     print('};')
-    print('// log: {1/c, -log(1/c)} for each interval of the reduced argument.')
-    print('alignas(16) constexpr double kLogTable[512][2] = {')
-    for a, b in log_table():
-        print('    {%s, %s},' % (a, b))
-    print('};')
-    print('// k log 2 for k = -149..128, the exponents of positive floats.')
-    print('constexpr double kLogExponentTable[278] = {')
-    vals = [hexd(k * mp.log(2)) for k in range(-149, 129)]
-    for k in range(0, len(vals), 3):
-        print('    ' + ', '.join(vals[k:k + 3]) + ',')
+    print('// log: for each interval of the reduced argument, {1/c, log c, c, pad};')
+    print('// then k log 2 and 2^-k for k = -149..128, the exponents of positive floats.')
+    print('alignas(64) constexpr LogTables kLog = {')
+    print('    {')
+    for a, b, c in log_table():
+        print('        {%s, %s, %s, 0.0},' % (a, b, c))
+    print('    },')
+    for name, vals in (('k log 2', [hexd(k * mp.log(2)) for k in range(-149, 129)]),
+                       ('2^-k', [float(mp.mpf(2) ** -k).hex() for k in range(-149, 129)])):
+        print('    {  // ' + name)
+        for k in range(0, len(vals), 3):
+            print('        ' + ', '.join(vals[k:k + 3]) + ',')
+        print('    },')
     print('};')
 
 

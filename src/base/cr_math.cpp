@@ -23,6 +23,20 @@
 namespace vtl {
 namespace {
 
+// One interval of the log table, in 32 bytes.
+struct LogInterval {
+  double inv_c;
+  double log_c;
+  double c;
+  double unused;
+};
+
+struct LogTables {
+  LogInterval interval[512];
+  double exponent[278];  // k log 2, k = -149..128
+  double scale[278];     // 2^-k
+};
+
 #include "base/cr_math_tables.inc"
 
 struct Correction {
@@ -53,9 +67,11 @@ inline double ieee_sqrt(double x) {
 inline std::uint32_t float_bits(float x) { return std::bit_cast<std::uint32_t>(x); }
 inline float bits_float(std::uint32_t b) { return std::bit_cast<float>(b); }
 
+// The band is [midpoint - tolerance, midpoint + tolerance), tolerance a power of
+// two, so that the test is a subtraction and a mask.
 inline bool is_near_tie(double y, std::uint32_t tolerance) {
-  const auto below = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(y)) & kBelowFloatMask;
-  return below - kMidpointBits + tolerance <= 2 * tolerance;
+  const auto low = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(y));
+  return ((low - (kMidpointBits - tolerance)) & (kBelowFloatMask & ~(2 * tolerance - 1))) == 0;
 }
 
 // Rounds y to float, taking the result from the table when y is near a tie and
@@ -200,8 +216,8 @@ inline Reduced reduce_medium_fast(float x) {
 // relative in sin(r) and 2^-38 absolute in cos(r).
 inline double sin_fast(float x) {
   const std::uint32_t ix = float_bits(x);
-  const Reduced red = (ix & 0x7fffffffu) < kLargeSinLimit ? reduce_medium_fast(x)
-                                                          : reduce_large_fast(ix);
+  const Reduced red =
+      (ix & 0x7fffffffu) < kLargeSinLimit ? reduce_medium_fast(x) : reduce_large_fast(ix);
   const double r = red.r;
   const double* t = kSinCosFast[red.k & 1023];
   const double sa = t[0];
@@ -226,43 +242,46 @@ inline double sin_abs_accurate(std::uint32_t ax) {
 
 constexpr std::uint32_t kLogOffset = 0x3f330000;  // about 0.7
 
-// x = 2^k z with z in [0.7, 1.4); z is taken to 1 + r, |r| <= 2^-9, by a table
-// reciprocal 1/c with 24 bits, so z/c - 1 is exact, and
-// log x = k log 2 + log c + log(1 + r), with k log 2 from a table too. Near 1
-// the table has c = 1: log x is then the series alone, with no cancellation.
+// x = 2^k z with z in [0.7, 1.4); the bits of z from kLogOffset on fall into
+// 512 intervals of 2^14 floats, each in one binade, with c the float at the
+// centre, and log x = k log 2 + log c + log(1 + r), r = (z - c) / c, |r| <= 2^-10.
+// z = x 2^-k and z - c are exact, so r has one rounding. The intervals next to
+// 1 have c = 1 and r = z - 1 exactly: near 1, log x is the series alone, with no
+// cancellation.
 struct LogReduced {
   double base;  // k log 2 + log c
   double r;
 };
 
-// x positive and normal; k0 is added to its exponent.
+// x positive and normal; k0 is added to its exponent. The interval is picked by
+// its byte offset in the table and k by a shift of the widened bits, which saves
+// the compiler index instructions.
 inline LogReduced log_reduce(float x, int k0) {
-  const std::uint32_t ix = float_bits(x);
-  int k = k0;
-  const std::uint32_t tmp = ix - kLogOffset;
-  const std::uint32_t i = (tmp >> 14) & 511;
-  k += static_cast<std::int32_t>(tmp) >> 23;
-  // z as a double straight from its float bits: move the fields, rebias.
-  const std::uint64_t z_bits =
-      (static_cast<std::uint64_t>(ix - (tmp & 0xff800000u)) << 29) + (std::uint64_t{896} << 52);
-  const double z = std::bit_cast<double>(z_bits);
-  return {kLogExponentTable[k + 149] + kLogTable[i][1], z * kLogTable[i][0] - 1.0};
+  const std::int64_t tmp = static_cast<std::int64_t>(float_bits(x)) - kLogOffset;
+  static_assert(sizeof(LogInterval) == 32);
+  const auto& t = *reinterpret_cast<const LogInterval*>(
+      reinterpret_cast<const char*>(kLog.interval) + ((tmp >> 9) & (511 << 5)));
+  const std::int64_t k = tmp >> 23;
+  const double z = static_cast<double>(x) * kLog.scale[k + 149];
+  return {kLog.exponent[k + k0 + 149] + t.log_c, (z - t.c) * t.inv_c};
 }
 
-// The series to r^4 leaves less than 2^-38 relative.
+// The series to r^4 leaves less than 2^-38 relative. base + r is summed apart,
+// which shortens the chain of dependent operations.
 inline double log_fast(float x, int k0) {
   const LogReduced red = log_reduce(x, k0);
   const double r = red.r;
   const double r2 = r * r;
-  return red.base + (r + r2 * ((-0x1p-1 + r * 0x1.5555555555555p-2) + r2 * -0x1p-2));
+  const double q = (-0x1p-1 + r * 0x1.5555555555555p-2) + r2 * -0x1p-2;
+  return (red.base + r) + r2 * q;
 }
 
 inline double log_accurate(float x, int k0) {
   const LogReduced red = log_reduce(x, k0);
   const double r = red.r;
   const double r2 = r * r;
-  const double p = r + r2 * ((-0x1p-1 + r * 0x1.5555555555555p-2) +
-                             r2 * (-0x1p-2 + r * 0x1.999999999999ap-3));
+  const double p =
+      r + r2 * ((-0x1p-1 + r * 0x1.5555555555555p-2) + r2 * (-0x1p-2 + r * 0x1.999999999999ap-3));
   return red.base + p;
 }
 
@@ -277,6 +296,9 @@ inline double log_accurate(float x, int k0) {
 [[gnu::noinline, gnu::cold]] float log_slow(float x, int k0, std::uint32_t key) {
   return round_checked(log_accurate(x, k0), key, kLogCorrections);
 }
+[[gnu::noinline, gnu::cold]] float log_slow_normal(float x) {
+  return log_slow(x, 0, float_bits(x));
+}
 
 // Subnormal inputs: scaled by 2^23 they are normal.
 [[gnu::noinline]] float log_subnormal(float x) {
@@ -284,6 +306,15 @@ inline double log_accurate(float x, int k0) {
   const double y = log_fast(scaled, -23);
   return is_near_tie(y, kFastTolerance) ? log_slow(scaled, -23, float_bits(x))
                                         : static_cast<float>(y);
+}
+
+[[gnu::noinline, gnu::cold]] float log_special(float x) {
+  const std::uint32_t ix = float_bits(x);
+  if ((ix & 0x7fffffffu) > 0x7f800000u) return x + x;  // NaN
+  if ((ix << 1) == 0) return -std::numeric_limits<float>::infinity();
+  if (ix == 0x7f800000u) return x;
+  if (ix < 0x00800000u) return log_subnormal(x);
+  return std::numeric_limits<float>::quiet_NaN();
 }
 
 }  // namespace
@@ -314,15 +345,11 @@ float cr_sinf(float x) {
 
 float cr_logf(float x) {
   const std::uint32_t ix = float_bits(x);
-  if (ix - 0x00800000u >= 0x7f000000u) {  // not a positive normal float
-    if ((ix & 0x7fffffffu) > 0x7f800000u) return x + x;  // NaN
-    if ((ix << 1) == 0) return -std::numeric_limits<float>::infinity();
-    if (ix == 0x7f800000u) return x;
-    if (ix < 0x00800000u) return log_subnormal(x);
-    return std::numeric_limits<float>::quiet_NaN();
-  }
+  // Not a positive normal float.
+  if (__builtin_expect(ix - 0x00800000u >= 0x7f000000u, 0)) return log_special(x);
   const double y = log_fast(x, 0);
-  return is_near_tie(y, kFastTolerance) ? log_slow(x, 0, ix) : static_cast<float>(y);
+  if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return log_slow_normal(x);
+  return static_cast<float>(y);
 }
 
 namespace cr_math_internal {
