@@ -3,9 +3,10 @@
 
   acos: g(x) = acos(x) / sqrt(1 - x) on 64 intervals of [0, 1], each a degree-5
         polynomial (accurate path) and a degree-4 one (fast path), in (x - centre) interpolating g at the Chebyshev nodes.
-  sin:  sin(k pi / 128) for k = 0..255 (accurate path), {sin, cos}(k pi / 512)
-        for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
-        128 bits of 1/(2 pi) that the reduction of large arguments needs.
+  sin:  sin(k pi / 128) for k = 0..255 (accurate path), the Taylor coefficients of sin(k pi / 512 + f pi / 512)
+        in f for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
+        128 bits of 1/(2 pi) that the reduction of large arguments needs, and
+        their negation for negative arguments.
   log:  for 512 intervals of [0x3f330000, 2 * 0x3f330000), each within one
         binade: the float c at its centre, 1/c and log c (c = 1 for the two
         intervals next to 1); k log 2 and 2^-k for every float exponent k.
@@ -44,14 +45,17 @@ def sin_table():
 
 
 def sin_cos_fast_table():
-    exact = {0: (0.0, 1.0), 256: (1.0, 0.0), 512: (0.0, -1.0), 768: (-1.0, 0.0)}
+    # The series of sin(a + f p) in f, p = pi / 512, a = k p, to f^3:
+    # {sin a, p cos a, -p^2 sin(a) / 2, -p^3 cos(a) / 6}.
+    exact = {0: (0, 1), 256: (1, 0), 512: (0, -1), 768: (-1, 0)}
+    p = mp.pi / 512
     rows = []
     for k in range(1024):
         if k in exact:
-            rows.append(tuple(float(v).hex() for v in exact[k]))
+            sa, ca = (mp.mpf(v) for v in exact[k])
         else:
-            a = k * mp.pi / 512
-            rows.append((hexd(mp.sin(a)), hexd(mp.cos(a))))
+            sa, ca = mp.sin(k * p), mp.cos(k * p)
+        rows.append(tuple(float(v).hex() for v in (sa, p * ca, -p**2 * sa / 2, -p**3 * ca / 6)))
     return rows
 
 
@@ -105,16 +109,25 @@ def main():
     for k in range(0, 256, 4):
         print('    ' + ', '.join(st[k:k + 4]) + ',')
     print('};')
-    print('// {sin, cos}(k pi / 512), k = 0..1023.')
-    print('alignas(16) constexpr double kSinCosFast[1024][2] = {')
-    for a, b in sin_cos_fast_table():
-        print('    {%s, %s},' % (a, b))
+    print('// With p = pi / 512 and a = k p, k = 0..1023: the Taylor coefficients of')
+    print('// sin(a + f p) in f, {sin a, p cos a, -p^2 sin(a) / 2, -p^3 cos(a) / 6}.')
+    print('alignas(64) constexpr double kSinCosFast[1024][4] = {')
+    for row in sin_cos_fast_table():
+        print('    {%s},' % ', '.join(row))
     print('};')
     print('// For x = m 2^(E-150) with biased exponent E = 144..254: the 128 bits of')
-    print('// 1/(2 pi) after bit E-150, {high word, low word}.')
-    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[111][2] = {')
-    for hi, lo in inv_two_pi_windows():
+    print('// 1/(2 pi) after bit E-150, {high word, low word}, at row E - 144; at row')
+    print('// E - 144 + 256 their negation modulo 2^128, for -x: the rows are indexed by')
+    print('// the sign and exponent bits of x. The rows between are not used.')
+    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[367][2] = {')
+    windows = inv_two_pi_windows()
+    for hi, lo in windows:
         print('    {0x%016xull, 0x%016xull},' % (hi, lo))
+    for _ in range(256 - len(windows)):
+        print('    {0, 0},')
+    for hi, lo in windows:
+        neg = (-((hi << 64) | lo)) % 2**128
+        print('    {0x%016xull, 0x%016xull},' % (neg >> 64, neg & (2**64 - 1)))
     print('};')
     print('// log: for each interval of the reduced argument, {1/c, log c, c, pad};')
     print('// then k log 2 and 2^-k for k = -149..128, the exponents of positive floats.')

@@ -148,11 +148,12 @@ constexpr double kFastPiB = 0x1.10b4611a62633p-38;
 constexpr double kPiOver512 = 0x1.921fb54442d18p-8;
 constexpr double kRoundShift = 0x1.8p52;
 constexpr std::uint32_t kSmallSinLimit = 0x39800000;  // 2^-12
+constexpr std::uint32_t kShortSinLimit = 0x43800000;  // 2^8
 constexpr std::uint32_t kLargeSinLimit = 0x48000000;  // 2^17
 
 struct Reduced {
   std::uint32_t k;  // multiple of pi/N
-  double r;
+  double r;         // the rest, in radians (accurate path) or in units of pi/N (fast path)
 };
 
 // |x| < 2^17, N = 128: k < 2^23; |x| - k*A is exact, and the rest costs two
@@ -187,6 +188,25 @@ inline Reduced reduce_large(std::uint32_t ax) {
   return {static_cast<std::uint32_t>(k), units * kUnit};
 }
 
+// The same for N = 512 in 64-bit words, with the rest in units of pi/512 and x
+// signed: for x < 0 the window is negated, and so are the turns. They are
+// hi 2^64 + lo; k = hi / 2^54 rounded, and the rest is the low 54 bits of hi,
+// signed, and the top 10 bits of lo, in units of 2^-64: converted, it is off by
+// less than 2^-64 + 2^-53 |r|. Near a multiple of pi, where sin x is about
+// r pi/512, |r| >= 2^-20.8 for every float from 2^17 on, so that is at most
+// 2^-43 relative.
+inline Reduced reduce_large_fast(std::uint32_t ix) {
+  using u128 = unsigned __int128;
+  const std::uint64_t m = (ix & 0x7fffffu) | 0x800000u;
+  const std::uint64_t* w = kInvTwoPiWindows[(ix >> 23) - 144];
+  const u128 low_product = static_cast<u128>(m) * w[1];
+  const std::uint64_t hi = m * w[0] + static_cast<std::uint64_t>(low_product >> 64);
+  const auto lo = static_cast<std::uint64_t>(low_product);
+  const auto k = static_cast<std::uint32_t>(((hi >> 53) + 1) >> 1);
+  const auto rest = static_cast<std::int64_t>((hi << 10) | (lo >> 54));
+  return {k, static_cast<double>(rest) * 0x1p-64};
+}
+
 // Taylor coefficients; with |r| <= 0.0125 the truncation is below 2^-50 of
 // sin(r) and 2^-47 for cos(r).
 constexpr double kS3 = -0x1.5555555555555p-3;
@@ -195,35 +215,62 @@ constexpr double kC2 = -0x1p-1;
 constexpr double kC4 = 0x1.5555555555555p-5;
 
 // |x| < 2^17, N = 512, on x itself: k and r carry the sign, and k modulo 1024
-// still indexes the table.
+// still indexes the table. r is then scaled to units of pi/512.
 inline Reduced reduce_medium_fast(float x) {
   const double dx = x;
   const double t = dx * kFiveTwelveOverPi + kRoundShift;
   const double kd = t - kRoundShift;
   const double r = (dx - kd * kFastPiA) - kd * kFastPiB;
-  return {static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(t)), r};
+  return {static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(t)), r * kFiveTwelveOverPi};
 }
 
-// |x| >= 2^17, N = 512: sin(-y) = sin((-k) pi/512 - r). Out of line, so that
-// the common path does not save the registers this one needs.
-[[gnu::noinline]] Reduced reduce_large_fast(std::uint32_t ix) {
-  const Reduced red = reduce_large<10>(ix & 0x7fffffffu);
-  if ((ix >> 31) == 0) return red;
-  return {0u - red.k, -red.r};
+// |x| < 2^8, N = 512, all in units of pi/512: with t = x 512/pi rounded, the
+// rest is t - k, exact. t is off by at most 2^-37.3 from x 512/pi, i.e. 2^-44.6
+// radians, 2^-36.2 of |sin x| unless k is a multiple of 512: away from the
+// multiples of pi but 0, where the caller takes the accurate path instead.
+inline Reduced reduce_short_fast(float x) {
+  const double t = static_cast<double>(x) * kFiveTwelveOverPi;
+  const double shifted = t + kRoundShift;
+  const double kd = shifted - kRoundShift;
+  return {static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(shifted)), t - kd};
 }
 
-// sin(x) for 2^-12 <= |x| < inf; with |r| <= 0.0031 the series leave 2^-40
-// relative in sin(r) and 2^-38 absolute in cos(r).
-inline double sin_fast(float x) {
-  const std::uint32_t ix = float_bits(x);
-  const Reduced red =
-      (ix & 0x7fffffffu) < kLargeSinLimit ? reduce_medium_fast(x) : reduce_large_fast(ix);
+// True where reduce_short_fast is not accurate enough: near a multiple of pi
+// other than 0, i.e. k a multiple of 512 and |x| >= 1. Written without a branch
+// (|x| < 2^8 here): the common case then takes none.
+inline bool short_reduction_inexact(std::uint32_t ix, std::uint32_t k) {
+  const std::uint32_t below_one =
+      static_cast<std::uint32_t>(static_cast<std::int32_t>((ix << 1) - (0x3f800000u << 1)) >> 31);
+  return ((k << 23) | below_one) == 0;
+}
+
+// sin(a + r pi/512), a = k pi/512, |r| <= 1/2 (a little more when k is rounded
+// the other way), as the series to r^3 with the table's coefficients: the
+// truncation leaves 2^-40 of the sine part and 2^-38 of the cosine part.
+// Horner's scheme needs no register copies.
+inline double sin_fast_eval(Reduced red) {
   const double r = red.r;
   const double* t = kSinCosFast[red.k & 1023];
-  const double sa = t[0];
-  const double u = t[1] * r;
-  const double r2 = r * r;
-  return sa + (u + r2 * (sa * kC2 + u * kS3));
+  return t[0] + r * (t[1] + r * (t[2] + r * t[3]));
+}
+
+// sin(x) for 2^-12 <= |x| < 2^17.
+inline double sin_fast_medium(float x) { return sin_fast_eval(reduce_medium_fast(x)); }
+
+// sin(x) for 2^17 <= |x| < inf: sin(-y) = sin((-k) pi/512 - r pi/512).
+inline double sin_fast_large(std::uint32_t ix) { return sin_fast_eval(reduce_large_fast(ix)); }
+
+// The fast result that cr_sinf rounds, when it does not take the accurate path
+// for the reduction.
+inline double sin_fast(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const std::uint32_t ax = ix & 0x7fffffffu;
+  if (ax >= kLargeSinLimit) return sin_fast_large(ix);
+  if (ax < kShortSinLimit) {
+    const Reduced red = reduce_short_fast(x);
+    if (!short_reduction_inexact(ix, red.k)) return sin_fast_eval(red);
+  }
+  return sin_fast_medium(x);
 }
 
 // sin(|x|) for 2^-12 <= |x| < inf.
@@ -289,9 +336,34 @@ inline double log_accurate(float x, int k0) {
 [[gnu::noinline, gnu::cold]] float acos_slow(float x) {
   return round_checked(acos_accurate(x), float_bits(x), kAcosCorrections);
 }
-[[gnu::noinline, gnu::cold]] float sin_abs_slow(std::uint32_t ax) {
-  return round_checked(sin_abs_accurate(ax), ax, kSinCorrections);
+[[gnu::noinline, gnu::cold]] float sin_slow(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const std::uint32_t ax = ix & 0x7fffffffu;
+  const float y = round_checked(sin_abs_accurate(ax), ax, kSinCorrections);
+  return bits_float(float_bits(y) ^ (ix & 0x80000000u));
 }
+
+// Tiny, large (from 2^8 on) and non-finite arguments, the largest first.
+[[gnu::noinline]] float sin_uncommon(float x) {
+  const std::uint32_t ix = float_bits(x);
+  const std::uint32_t ax = ix & 0x7fffffffu;
+  double y;
+  if (ax - kLargeSinLimit < 0x7f800000u - kLargeSinLimit) {
+    y = sin_fast_large(ix);
+  } else if (ax - kShortSinLimit < kLargeSinLimit - kShortSinLimit) {
+    y = sin_fast_medium(x);
+  } else if (ax < kSmallSinLimit) {
+    // Below 2^-12, x^3/6 is less than a quarter ulp of x: sin x rounds to x.
+    return x;
+  } else if (ax > 0x7f800000u) {
+    return x + x;  // NaN
+  } else {
+    return std::numeric_limits<float>::quiet_NaN();  // infinite
+  }
+  if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return sin_slow(x);
+  return static_cast<float>(y);
+}
+
 // key is the bit pattern of the input; x may be that input scaled by 2^-k0.
 [[gnu::noinline, gnu::cold]] float log_slow(float x, int k0, std::uint32_t key) {
   return round_checked(log_accurate(x, k0), key, kLogCorrections);
@@ -331,16 +403,15 @@ float cr_acosf(float x) {
 
 float cr_sinf(float x) {
   const std::uint32_t ix = float_bits(x);
-  const std::uint32_t ax = ix & 0x7fffffffu;
-  if (ax >= 0x7f800000u) {
-    if (ax > 0x7f800000u) return x + x;  // NaN
-    return std::numeric_limits<float>::quiet_NaN();
-  }
-  // Below 2^-12, x^3/6 is less than a quarter ulp of x: sin x rounds to x.
-  if (ax < kSmallSinLimit) return x;
-  const double y = sin_fast(x);
-  if (!is_near_tie(y, kFastTolerance)) return static_cast<float>(y);
-  return bits_float(float_bits(sin_abs_slow(ax)) ^ (ix & 0x80000000u));
+  // One test for 2^-12 <= |x| < 2^8: the sign bit is shifted out.
+  constexpr std::uint32_t kShortBegin = kSmallSinLimit << 1;
+  constexpr std::uint32_t kShortSpan = (kShortSinLimit - kSmallSinLimit) << 1;
+  if (__builtin_expect((ix << 1) - kShortBegin >= kShortSpan, 0)) return sin_uncommon(x);
+  const Reduced red = reduce_short_fast(x);
+  if (__builtin_expect(short_reduction_inexact(ix, red.k), 0)) return sin_slow(x);
+  const double y = sin_fast_eval(red);
+  if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return sin_slow(x);
+  return static_cast<float>(y);
 }
 
 float cr_logf(float x) {
