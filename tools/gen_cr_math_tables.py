@@ -7,8 +7,8 @@
         in f for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
         128 bits of 1/(2 pi) that the reduction of large arguments needs, and
         their negation for negative arguments.
-  log:  for 512 intervals of [0x3f330000, 2 * 0x3f330000), each within one
-        binade: the float c at its centre, 1/c and log c (c = 1 for the two
+  log:  for 1024 intervals of [0x3f330000, 2 * 0x3f330000): 1/c with 24
+        significant bits for c about the centre, and log c (c = 1 for the two
         intervals next to 1); k log 2 and 2^-k for every float exponent k.
 """
 import mpmath as mp
@@ -76,17 +76,21 @@ def f32(bits):
 
 
 def log_table():
-    # Interval i holds the floats z with bits off + i 2^14 + j, 0 <= j < 2^14, all
-    # of one binade; c is the float at j = 2^13, so that z - c is exact. The rows
-    # are {1/c, log c, c}; the two intervals next to 1 take c = 1 instead.
+    # Interval i holds the floats z with bits off + i 2^13 + j, 0 <= j < 2^13; c
+    # is the float at j = 2^12. The rows are {1/c rounded to 24 bits, so that
+    # z / c - 1 is exact, then -log of that}; the two intervals next to 1 take
+    # c = 1.
     off = 0x3F330000
     rows = []
-    for i in range(512):
-        if i in (307, 308):  # [1 - 2^-10, 1) and [1, 1 + 2^-9)
-            rows.append(('0x1p+0', '0x0p+0', '0x1p+0'))
+    for i in range(1024):
+        if i in (615, 616):  # [1 - 2^-11, 1) and [1, 1 + 2^-10)
+            rows.append(('0x1p+0', '0x0p+0'))
             continue
-        c = f32(off + (i << 14) + (1 << 13))
-        rows.append((hexd(1 / c), hexd(mp.log(c)), hexd(c)))
+        c = f32(off + (i << 13) + (1 << 12))
+        inv = 1 / c
+        e = int(mp.floor(mp.log(inv, 2)))
+        inv = mp.nint(inv * mp.mpf(2) ** (23 - e)) / mp.mpf(2) ** (23 - e)
+        rows.append((hexd(inv), hexd(-mp.log(inv))))
     return rows
 
 
@@ -129,12 +133,13 @@ def main():
         neg = (-((hi << 64) | lo)) % 2**128
         print('    {0x%016xull, 0x%016xull},' % (neg >> 64, neg & (2**64 - 1)))
     print('};')
-    print('// log: for each interval of the reduced argument, {1/c, log c, c, pad};')
+    print('// log: for each interval of the reduced argument, {1/c, log c} with 1/c')
+    print('// rounded to 24 bits;')
     print('// then k log 2 and 2^-k for k = -149..128, the exponents of positive floats.')
     print('alignas(64) constexpr LogTables kLog = {')
     print('    {')
-    for a, b, c in log_table():
-        print('        {%s, %s, %s, 0.0},' % (a, b, c))
+    for a, b in log_table():
+        print('        {%s, %s},' % (a, b))
     print('    },')
     for name, vals in (('k log 2', [hexd(k * mp.log(2)) for k in range(-149, 129)]),
                        ('2^-k', [float(mp.mpf(2) ** -k).hex() for k in range(-149, 129)])):

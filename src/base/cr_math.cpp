@@ -23,16 +23,14 @@
 namespace vtl {
 namespace {
 
-// One interval of the log table, in 32 bytes.
+// One interval of the log table.
 struct LogInterval {
-  double inv_c;
+  double inv_c;  // 24 significant bits
   double log_c;
-  double c;
-  double unused;
 };
 
 struct LogTables {
-  LogInterval interval[512];
+  LogInterval interval[1024];
   double exponent[278];  // k log 2, k = -149..128
   double scale[278];     // 2^-k
 };
@@ -288,13 +286,16 @@ inline double sin_abs_accurate(std::uint32_t ax) {
 // ---- log -------------------------------------------------------------------
 
 constexpr std::uint32_t kLogOffset = 0x3f330000;  // about 0.7
+// The two intervals next to 1, x in [1 - 2^-11, 1 + 2^-10), where log_fast is
+// not accurate enough: cr_logf takes the accurate path there.
+constexpr std::uint32_t kNearOneBegin = 0x3f7fe000;
+constexpr std::uint32_t kNearOneEnd = 0x3f802000;
 
 // x = 2^k z with z in [0.7, 1.4); the bits of z from kLogOffset on fall into
-// 512 intervals of 2^14 floats, each in one binade, with c the float at the
-// centre, and log x = k log 2 + log c + log(1 + r), r = (z - c) / c, |r| <= 2^-10.
-// z = x 2^-k and z - c are exact, so r has one rounding. The intervals next to
-// 1 have c = 1 and r = z - 1 exactly: near 1, log x is the series alone, with no
-// cancellation.
+// 1024 intervals of 2^13 floats, and log x = k log 2 + log c + log(1 + r),
+// r = z / c - 1, with c about the centre of the interval and 1/c of 24 bits:
+// z = x 2^-k, z / c and r are exact, |r| <= 2^-11. The intervals next to 1 have
+// c = 1: near 1, log x is the series alone, with no cancellation.
 struct LogReduced {
   double base;  // k log 2 + log c
   double r;
@@ -305,22 +306,26 @@ struct LogReduced {
 // the compiler index instructions.
 inline LogReduced log_reduce(float x, int k0) {
   const std::int64_t tmp = static_cast<std::int64_t>(float_bits(x)) - kLogOffset;
-  static_assert(sizeof(LogInterval) == 32);
+  static_assert(sizeof(LogInterval) == 16);
   const auto& t = *reinterpret_cast<const LogInterval*>(
-      reinterpret_cast<const char*>(kLog.interval) + ((tmp >> 9) & (511 << 5)));
+      reinterpret_cast<const char*>(kLog.interval) + ((tmp >> 9) & (1023 << 4)));
   const std::int64_t k = tmp >> 23;
   const double z = static_cast<double>(x) * kLog.scale[k + 149];
-  return {kLog.exponent[k + k0 + 149] + t.log_c, (z - t.c) * t.inv_c};
+  return {kLog.exponent[k + k0 + 149] + t.log_c, z * t.inv_c - 1.0};
 }
 
-// The series to r^4 leaves less than 2^-38 relative. base + r is summed apart,
-// which shortens the chain of dependent operations.
+// The series to r^3 leaves r^4/4 <= 2^-46, at most 2^-36 of log x outside the
+// intervals next to 1, where |log x| >= 2^-11 and |r| <= 2^-12 below 1, and
+// |log x| >= 2^-10 above. base + r is summed apart, which shortens the chain of
+// dependent operations.
 inline double log_fast(float x, int k0) {
   const LogReduced red = log_reduce(x, k0);
   const double r = red.r;
-  const double r2 = r * r;
-  const double q = (-0x1p-1 + r * 0x1.5555555555555p-2) + r2 * -0x1p-2;
-  return (red.base + r) + r2 * q;
+  return (red.base + r) + (r * r) * (-0x1p-1 + r * 0x1.5555555555555p-2);
+}
+
+inline bool log_near_one(std::uint32_t ix) {
+  return ix - kNearOneBegin < kNearOneEnd - kNearOneBegin;
 }
 
 inline double log_accurate(float x, int k0) {
@@ -418,6 +423,7 @@ float cr_logf(float x) {
   const std::uint32_t ix = float_bits(x);
   // Not a positive normal float.
   if (__builtin_expect(ix - 0x00800000u >= 0x7f000000u, 0)) return log_special(x);
+  if (__builtin_expect(log_near_one(ix), 0)) return log_slow_normal(x);
   const double y = log_fast(x, 0);
   if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return log_slow_normal(x);
   return static_cast<float>(y);
@@ -439,7 +445,8 @@ double log_estimate(float x) {
   return float_bits(x) < 0x00800000u ? log_accurate(x * 0x1p23f, -23) : log_accurate(x, 0);
 }
 double log_fast_estimate(float x) {
-  return float_bits(x) < 0x00800000u ? log_fast(x * 0x1p23f, -23) : log_fast(x, 0);
+  if (float_bits(x) < 0x00800000u) return log_fast(x * 0x1p23f, -23);
+  return log_near_one(float_bits(x)) ? log_accurate(x, 0) : log_fast(x, 0);
 }
 
 bool near_float_tie(double y) { return is_near_tie(y, kTieTolerance); }
