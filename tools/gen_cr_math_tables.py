@@ -78,13 +78,14 @@ def f32(bits):
 def log_table():
     # Interval i holds the floats z with bits off + i 2^13 + j, 0 <= j < 2^13; c
     # is the float at j = 2^12. The rows are {1/c rounded to 24 bits, so that
-    # z / c - 1 is exact, then -log of that}; the two intervals next to 1 take
-    # c = 1.
+    # z / c - 1 is exact, then -log of that}. The two intervals next to 1 take
+    # c = 1 and, for log c, a mark that the fast path turns into a result on a
+    # float midpoint (see cr_math.cpp); the accurate path reads it as 0.
     off = 0x3F330000
     rows = []
     for i in range(1024):
         if i in (615, 616):  # [1 - 2^-11, 1) and [1, 1 + 2^-10)
-            rows.append(('0x1p+0', '0x0p+0'))
+            rows.append(('0x1p+0', '0x1.0000010000000p+80'))
             continue
         c = f32(off + (i << 13) + (1 << 12))
         inv = 1 / c

@@ -234,12 +234,9 @@ inline Reduced reduce_short_fast(float x) {
 }
 
 // True where reduce_short_fast is not accurate enough: near a multiple of pi
-// other than 0, i.e. k a multiple of 512 and |x| >= 1. Written without a branch
-// (|x| < 2^8 here): the common case then takes none.
+// other than 0, i.e. k a multiple of 512 and |x| >= 1.
 inline bool short_reduction_inexact(std::uint32_t ix, std::uint32_t k) {
-  const std::uint32_t below_one =
-      static_cast<std::uint32_t>(static_cast<std::int32_t>((ix << 1) - (0x3f800000u << 1)) >> 31);
-  return ((k << 23) | below_one) == 0;
+  return (k & 511) == 0 && (ix << 1) >= (0x3f800000u << 1);
 }
 
 // sin(a + r pi/512), a = k pi/512, |r| <= 1/2 (a little more when k is rounded
@@ -286,10 +283,14 @@ inline double sin_abs_accurate(std::uint32_t ax) {
 // ---- log -------------------------------------------------------------------
 
 constexpr std::uint32_t kLogOffset = 0x3f330000;  // about 0.7
-// The two intervals next to 1, x in [1 - 2^-11, 1 + 2^-10), where log_fast is
-// not accurate enough: cr_logf takes the accurate path there.
-constexpr std::uint32_t kNearOneBegin = 0x3f7fe000;
-constexpr std::uint32_t kNearOneEnd = 0x3f802000;
+// In the two intervals next to 1, z in [1 - 2^-11, 1 + 2^-10), the series of
+// log_fast is not accurate enough. Their log c in the table is this mark
+// instead of 0: k log 2 + mark and then the whole sum round to the mark, whose
+// last 29 bits are those of a float midpoint, so that the tie test sends these
+// inputs to the accurate path without a test of their own. The accurate path
+// reads the mark as 0.
+constexpr double kLogNearOneMark = 0x1.0000010000000p+80;
+constexpr std::uint32_t kFirstNearOneInterval = 615;
 
 // x = 2^k z with z in [0.7, 1.4); the bits of z from kLogOffset on fall into
 // 1024 intervals of 2^13 floats, and log x = k log 2 + log c + log(1 + r),
@@ -303,7 +304,9 @@ struct LogReduced {
 
 // x positive and normal; k0 is added to its exponent. The interval is picked by
 // its byte offset in the table and k by a shift of the widened bits, which saves
-// the compiler index instructions.
+// the compiler index instructions. With accurate = false, base is the mark in
+// the intervals next to 1.
+template <bool accurate>
 inline LogReduced log_reduce(float x, int k0) {
   const std::int64_t tmp = static_cast<std::int64_t>(float_bits(x)) - kLogOffset;
   static_assert(sizeof(LogInterval) == 16);
@@ -311,25 +314,30 @@ inline LogReduced log_reduce(float x, int k0) {
       reinterpret_cast<const char*>(kLog.interval) + ((tmp >> 9) & (1023 << 4)));
   const std::int64_t k = tmp >> 23;
   const double z = static_cast<double>(x) * kLog.scale[k + 149];
-  return {kLog.exponent[k + k0 + 149] + t.log_c, z * t.inv_c - 1.0};
+  double log_c = t.log_c;
+  if (accurate && log_c == kLogNearOneMark) log_c = 0.0;
+  return {kLog.exponent[k + k0 + 149] + log_c, z * t.inv_c - 1.0};
+}
+
+// True in the intervals next to 1 (for any exponent), where log_fast gives the
+// mark.
+inline bool log_near_one(float x) {
+  const std::uint32_t interval = ((float_bits(x) - kLogOffset) >> 13) & 1023;
+  return interval - kFirstNearOneInterval < 2;
 }
 
 // The series to r^3 leaves r^4/4 <= 2^-46, at most 2^-36 of log x outside the
 // intervals next to 1, where |log x| >= 2^-11 and |r| <= 2^-12 below 1, and
-// |log x| >= 2^-10 above. base + r is summed apart, which shortens the chain of
-// dependent operations.
+// |log x| >= 2^-10 above (for k = 0; more for others). base + r is summed
+// apart, which shortens the chain of dependent operations.
 inline double log_fast(float x, int k0) {
-  const LogReduced red = log_reduce(x, k0);
+  const LogReduced red = log_reduce<false>(x, k0);
   const double r = red.r;
   return (red.base + r) + (r * r) * (-0x1p-1 + r * 0x1.5555555555555p-2);
 }
 
-inline bool log_near_one(std::uint32_t ix) {
-  return ix - kNearOneBegin < kNearOneEnd - kNearOneBegin;
-}
-
 inline double log_accurate(float x, int k0) {
-  const LogReduced red = log_reduce(x, k0);
+  const LogReduced red = log_reduce<true>(x, k0);
   const double r = red.r;
   const double r2 = r * r;
   const double p =
@@ -413,7 +421,10 @@ float cr_sinf(float x) {
   constexpr std::uint32_t kShortSpan = (kShortSinLimit - kSmallSinLimit) << 1;
   if (__builtin_expect((ix << 1) - kShortBegin >= kShortSpan, 0)) return sin_uncommon(x);
   const Reduced red = reduce_short_fast(x);
-  if (__builtin_expect(short_reduction_inexact(ix, red.k), 0)) return sin_slow(x);
+  // The test of k alone is rarely true: one branch in the common case.
+  if (__builtin_expect((red.k & 511) == 0, 0)) {
+    if (short_reduction_inexact(ix, red.k)) return sin_slow(x);
+  }
   const double y = sin_fast_eval(red);
   if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return sin_slow(x);
   return static_cast<float>(y);
@@ -423,7 +434,6 @@ float cr_logf(float x) {
   const std::uint32_t ix = float_bits(x);
   // Not a positive normal float.
   if (__builtin_expect(ix - 0x00800000u >= 0x7f000000u, 0)) return log_special(x);
-  if (__builtin_expect(log_near_one(ix), 0)) return log_slow_normal(x);
   const double y = log_fast(x, 0);
   if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return log_slow_normal(x);
   return static_cast<float>(y);
@@ -445,8 +455,11 @@ double log_estimate(float x) {
   return float_bits(x) < 0x00800000u ? log_accurate(x * 0x1p23f, -23) : log_accurate(x, 0);
 }
 double log_fast_estimate(float x) {
-  if (float_bits(x) < 0x00800000u) return log_fast(x * 0x1p23f, -23);
-  return log_near_one(float_bits(x)) ? log_accurate(x, 0) : log_fast(x, 0);
+  const bool subnormal = float_bits(x) < 0x00800000u;
+  const float normal = subnormal ? x * 0x1p23f : x;
+  const int k0 = subnormal ? -23 : 0;
+  // Next to 1 the fast result is the mark, and the accurate one decides.
+  return log_near_one(normal) ? log_accurate(normal, k0) : log_fast(normal, k0);
 }
 
 bool near_float_tie(double y) { return is_near_tie(y, kTieTolerance); }
