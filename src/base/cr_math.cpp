@@ -1,11 +1,15 @@
 // Each function first evaluates its result in double with a relative error
-// below about 2^-37 and rounds that to float, unless it lies within
-// kFastTolerance double ulps of a midpoint between two floats (about one input
-// in 500). Those take the accurate path, with an error below about 2^-46
-// and the much smaller kTieTolerance; the rare inputs still too close to a
-// midpoint are looked up in a short table of corrected results
+// below about 2^-35.5 (2^-34 being the tolerance) and rounds that to float,
+// unless it lies within kFastTolerance double ulps of a midpoint between two
+// floats (about one input in 500). Those take the accurate path, with an error
+// below about 2^-46 and the much smaller kTieTolerance; the rare inputs still
+// too close to a midpoint are looked up in a short table of corrected results
 // (cr_math_corrections.inc), made and checked against MPFR for all 2^32 inputs
-// by tools/cr_math_check.
+// by tools/cr_math_check. The few inputs where a fast path is known not to be
+// accurate enough (sin near a multiple of pi below 2^8, log next to a power of
+// two) are sent to the accurate path directly. The fast paths keep the number
+// of floating-point operations low: without fused multiply-add, that is what
+// their speed follows.
 #include "base/cr_math.h"
 
 #include <algorithm>

@@ -49,12 +49,11 @@ TEST(CrMath, AcosSpecialValues) {
   }
   EXPECT_EQ(bits(cr_acosf(1.0f)), 0u);  // +0
   const Case cases[] = {
-      {0xbf800000u, 0x40490fdbu},  // acos(-1) = pi rounded
-      {0x00000000u, 0x3fc90fdbu},  // acos(+-0) = pi/2 rounded
-      {0x80000000u, 0x3fc90fdbu},
-      {0x80000001u, 0x3fc90fdbu},  // subnormal
-      {0x3f7fffffu, 0x39b504f3u},  // 1 - 2^-24, MPFR
-      {0xbf7fffffu, 0x40490a32u},  // -(1 - 2^-24), MPFR
+      {0xbf800000u, 0x40490fdbu},                              // acos(-1) = pi rounded
+      {0x00000000u, 0x3fc90fdbu},                              // acos(+-0) = pi/2 rounded
+      {0x80000000u, 0x3fc90fdbu}, {0x80000001u, 0x3fc90fdbu},  // subnormal
+      {0x3f7fffffu, 0x39b504f3u},                              // 1 - 2^-24, MPFR
+      {0xbf7fffffu, 0x40490a32u},                              // -(1 - 2^-24), MPFR
   };
   expect_results(cr_acosf, cases, std::size(cases));
 }
@@ -64,8 +63,8 @@ TEST(CrMath, SinSpecialValuesAndTinyArguments) {
   EXPECT_TRUE(std::isnan(cr_sinf(inf)));
   EXPECT_TRUE(std::isnan(cr_sinf(-inf)));
   // Tiny and subnormal arguments: sin x rounds to x, with its sign.
-  for (const std::uint32_t b : {0x00000000u, 0x00000001u, 0x007fffffu, 0x00800000u, 0x3000abcdu,
-                                0x397fffffu}) {
+  for (const std::uint32_t b :
+       {0x00000000u, 0x00000001u, 0x007fffffu, 0x00800000u, 0x3000abcdu, 0x397fffffu}) {
     EXPECT_EQ(bits(cr_sinf(from_bits(b))), b) << std::hex << b;
     EXPECT_EQ(bits(cr_sinf(from_bits(b | 0x80000000u))), b | 0x80000000u) << std::hex << b;
   }
@@ -87,9 +86,8 @@ TEST(CrMath, SinOfLargeArguments) {
       {0x501502f9u, 0xbef99a64u},  // 1e10
       {0x7e967699u, 0x3f7d39e2u},  // 1e38
       {0x7f7fffffu, 0xbf0599b3u},  // largest float
-      {0xff7fffffu, 0x3f0599b3u},
-      {0x79d1f6d3u, 0xbf7a88eeu},  // close to a rounding boundary
-      {0x46199998u, 0xbeb1fa5du},  // close to a rounding boundary
+      {0xff7fffffu, 0x3f0599b3u}, {0x79d1f6d3u, 0xbf7a88eeu},  // close to a rounding boundary
+      {0x46199998u, 0xbeb1fa5du},                              // close to a rounding boundary
   };
   expect_results(cr_sinf, cases, std::size(cases));
 }
@@ -98,9 +96,8 @@ TEST(CrMath, SinOfLargeArguments) {
 // but the last few bits of x. Values from MPFR.
 TEST(CrMath, SinNearMultiplesOfPi) {
   const Case cases[] = {
-      {0x40490fdbu, 0xb3bbbd2eu},  // float(pi)
-      {0xc0490fdbu, 0x33bbbd2eu},
-      {0x4116cbe4u, 0xb2ccde2eu},  // near 3 pi
+      {0x40490fdbu, 0xb3bbbd2eu},                              // float(pi)
+      {0xc0490fdbu, 0x33bbbd2eu}, {0x4116cbe4u, 0xb2ccde2eu},  // near 3 pi
       {0x43fce5f1u, 0xb20fd1deu},  // near 161 pi, the closest below 2^17
       {0x47cd246fu, 0xb30b5715u},  // near 33433 pi
   };
@@ -129,10 +126,14 @@ TEST(CrMath, LogSpecialValues) {
 // Inputs the host C library (glibc 2.36) rounds the wrong way; the correctly
 // rounded results are MPFR's.
 TEST(CrMath, InputsTheHostLibraryGetsWrong) {
-  const Case acos_cases[] = {{0x3aac8885u, 0x3fc8e4b9u}, {0x3bd182c5u, 0x3fc83e57u},
-                             {0x3d0bd9efu, 0x3fc4b0d3u}, {0x3d11f47bu, 0x3fc47ff7u}};
-  const Case sin_cases[] = {{0x3d6a7569u, 0x3d6a54a3u}, {0x3ddb6087u, 0x3ddaf530u},
-                            {0x3e663c78u, 0x3e644d1eu}, {0x3e70eaedu, 0x3e6eb385u}};
+  const Case acos_cases[] = {{0x3aac8885u, 0x3fc8e4b9u},
+                             {0x3bd182c5u, 0x3fc83e57u},
+                             {0x3d0bd9efu, 0x3fc4b0d3u},
+                             {0x3d11f47bu, 0x3fc47ff7u}};
+  const Case sin_cases[] = {{0x3d6a7569u, 0x3d6a54a3u},
+                            {0x3ddb6087u, 0x3ddaf530u},
+                            {0x3e663c78u, 0x3e644d1eu},
+                            {0x3e70eaedu, 0x3e6eb385u}};
   const Case log_cases[] = {{0x4003c305u, 0x3f38dc60u}, {0x73cb7832u, 0x42911a02u}};
   expect_results(cr_acosf, acos_cases, std::size(acos_cases));
   expect_results(cr_sinf, sin_cases, std::size(sin_cases));
@@ -168,6 +169,71 @@ TEST(CrMath, FastAndAccurateEvaluationsAgree) {
       EXPECT_LE(std::fabs(p.fast(x) - accurate), 0x1p-35 * std::fabs(accurate))
           << std::hex << "input 0x" << b;
     }
+  }
+}
+
+// The double-precision host functions are within an ulp of the exact value, so
+// the correctly rounded float is one of the two floats around their result.
+bool within_host_bracket(float got, double host) {
+  const auto lower = static_cast<float>(host);
+  const double rest = host - static_cast<double>(lower);
+  const float other = std::nextafter(lower, rest > 0 ? std::numeric_limits<float>::infinity()
+                                                     : -std::numeric_limits<float>::infinity());
+  return bits(got) == bits(lower) || (rest != 0 && bits(got) == bits(other));
+}
+
+// Next to 1, and next to every power of two, log takes the accurate path through
+// a mark in the table: a leak of the mark or a wrong interval shows here.
+TEST(CrMath, LogNextToPowersOfTwo) {
+  for (const int e : {-126, -20, -1, 0, 1, 5, 127}) {
+    const float p = std::ldexp(1.0f, e);
+    float x = p * (1.0f - 0x1p-10f);
+    for (int i = 0; i < 6000 && x < p * (1.0f + 0x1p-9f); ++i) {
+      const float y = cr_logf(x);
+      EXPECT_TRUE(within_host_bracket(y, std::log(static_cast<double>(x))))
+          << std::hex << "input 0x" << bits(x) << " got 0x" << bits(y);
+      x = std::nextafter(x, 2.0f * p);
+    }
+  }
+  EXPECT_EQ(bits(cr_logf(0.99999994f)), 0xb3800000u);  // 1 - 2^-24, MPFR
+}
+
+// Below 2^8 the fast reduction is one product; near a multiple of pi other than
+// 0 the accurate path takes over. These four (9 pi times a power of two) are the
+// ones the one-product reduction gets wrong. Values from MPFR.
+TEST(CrMath, SinNearMultiplesOfPiBelowTwoToTheEight) {
+  const Case cases[] = {{0x41e231d6u, 0xb399a6a2u},
+                        {0x426231d6u, 0x3419a6a2u},
+                        {0x42e231d6u, 0x3499a6a2u},
+                        {0x436231d6u, 0x3519a6a2u},
+                        {0xc36231d6u, 0xb519a6a2u}};
+  expect_results(cr_sinf, cases, std::size(cases));
+  // Each k pi rounded to float, and its neighbours, with the right sign.
+  for (int k = 1; k < 82; ++k) {
+    const auto centre = static_cast<float>(k * 3.14159265358979323846);
+    float x = std::nextafter(std::nextafter(centre, 0.0f), 0.0f);
+    for (int i = 0; i < 5; ++i, x = std::nextafter(x, 1e9f)) {
+      for (const float v : {x, -x}) {
+        const float y = cr_sinf(v);
+        EXPECT_TRUE(within_host_bracket(y, std::sin(static_cast<double>(v))))
+            << std::hex << "input 0x" << bits(v) << " got 0x" << bits(y);
+      }
+    }
+  }
+}
+
+// A sweep over every range of sin (tiny, one-product reduction, two-part,
+// 128-bit) and over the positive floats for log.
+TEST(CrMath, SinAndLogWithinTheHostBracketOnASweep) {
+  for (std::uint32_t b = 0x39800000u; b < 0x7f800000u; b += 0x000a3d71u) {
+    for (const std::uint32_t sign : {0u, 0x80000000u}) {
+      const float x = from_bits(b | sign);
+      EXPECT_TRUE(within_host_bracket(cr_sinf(x), std::sin(static_cast<double>(x))))
+          << std::hex << "sin input 0x" << (b | sign);
+    }
+    const float x = from_bits(b);
+    EXPECT_TRUE(within_host_bracket(cr_logf(x), std::log(static_cast<double>(x))))
+        << std::hex << "log input 0x" << b;
   }
 }
 
