@@ -66,7 +66,7 @@ def inv_two_pi_windows():
     rows = []
     for biased in range(144, 255):
         w = int(mp.floor(t * mp.mpf(2) ** (biased - 150 + 128))) % 2**128
-        rows.append((w >> 64, w & (2**64 - 1)))
+        rows.append(w)
     return rows
 
 
@@ -121,18 +121,18 @@ def main():
         print('    {%s},' % ', '.join(row))
     print('};')
     print('// For x = m 2^(E-150) with biased exponent E = 144..254: the 128 bits of')
-    print('// 1/(2 pi) after bit E-150, {high word, low word}, at row E - 144; at row')
-    print('// E - 144 + 256 their negation modulo 2^128, for -x: the rows are indexed by')
-    print('// the sign and exponent bits of x. The rows between are not used.')
-    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[367][2] = {')
+    print('// 1/(2 pi) after bit E-150, {high word, low word}, at row E; at row 256 + E')
+    print('// their negation modulo 2^128, for -x: the rows are indexed by the sign and')
+    print('// exponent bits of x. The other rows are not used.')
+    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[512][2] = {')
     windows = inv_two_pi_windows()
-    for hi, lo in windows:
-        print('    {0x%016xull, 0x%016xull},' % (hi, lo))
-    for _ in range(256 - len(windows)):
-        print('    {0, 0},')
-    for hi, lo in windows:
-        neg = (-((hi << 64) | lo)) % 2**128
-        print('    {0x%016xull, 0x%016xull},' % (neg >> 64, neg & (2**64 - 1)))
+    for sign in (1, -1):
+        for biased in range(256):
+            if 144 <= biased <= 254:
+                w = (sign * windows[biased - 144]) % 2**128
+                print('    {0x%016xull, 0x%016xull},' % (w >> 64, w & (2**64 - 1)))
+            else:
+                print('    {0, 0},')
     print('};')
     print('// log: for each interval of the reduced argument, {1/c, log c} with 1/c')
     print('// rounded to 24 bits;')

@@ -174,7 +174,7 @@ template <int kBits>
 inline Reduced reduce_large(std::uint32_t ax) {
   using u128 = unsigned __int128;
   const std::uint64_t m = (ax & 0x7fffffu) | 0x800000u;
-  const std::uint64_t* w = kInvTwoPiWindows[(ax >> 23) - 144];
+  const std::uint64_t* w = kInvTwoPiWindows[ax >> 23];
   const u128 turns = static_cast<u128>(m) * w[1] + (static_cast<u128>(m * w[0]) << 64);
   constexpr int kShift = 128 - kBits;
   const u128 k = (turns + (static_cast<u128>(1) << (kShift - 1))) >> kShift;
@@ -200,7 +200,10 @@ inline Reduced reduce_large(std::uint32_t ax) {
 inline Reduced reduce_large_fast(std::uint32_t ix) {
   using u128 = unsigned __int128;
   const std::uint64_t m = (ix & 0x7fffffu) | 0x800000u;
-  const std::uint64_t* w = kInvTwoPiWindows[(ix >> 23) - 144];
+  // The row ix >> 23 by its byte offset, which saves an instruction.
+  static_assert(sizeof(kInvTwoPiWindows[0]) == 16);
+  const auto* w = reinterpret_cast<const std::uint64_t*>(
+      reinterpret_cast<const char*>(kInvTwoPiWindows) + ((ix >> 19) & ~15u));
   const u128 low_product = static_cast<u128>(m) * w[1];
   const std::uint64_t hi = m * w[0] + static_cast<std::uint64_t>(low_product >> 64);
   const auto lo = static_cast<std::uint64_t>(low_product);
@@ -239,8 +242,8 @@ inline Reduced reduce_short_fast(float x) {
 
 // True where reduce_short_fast is not accurate enough: near a multiple of pi
 // other than 0, i.e. k a multiple of 512 and |x| >= 1.
-inline bool short_reduction_inexact(std::uint32_t ix, std::uint32_t k) {
-  return (k & 511) == 0 && (ix << 1) >= (0x3f800000u << 1);
+inline bool short_reduction_inexact(float x, std::uint32_t k) {
+  return (k & 511) == 0 && std::fabs(x) >= 1.0f;
 }
 
 // sin(a + r pi/512), a = k pi/512, |r| <= 1/2 (a little more when k is rounded
@@ -267,7 +270,7 @@ inline double sin_fast(float x) {
   if (ax >= kLargeSinLimit) return sin_fast_large(ix);
   if (ax < kShortSinLimit) {
     const Reduced red = reduce_short_fast(x);
-    if (!short_reduction_inexact(ix, red.k)) return sin_fast_eval(red);
+    if (!short_reduction_inexact(x, red.k)) return sin_fast_eval(red);
   }
   return sin_fast_medium(x);
 }
@@ -427,7 +430,7 @@ float cr_sinf(float x) {
   const Reduced red = reduce_short_fast(x);
   // The test of k alone is rarely true: one branch in the common case.
   if (__builtin_expect((red.k & 511) == 0, 0)) {
-    if (short_reduction_inexact(ix, red.k)) return sin_slow(x);
+    if (short_reduction_inexact(x, red.k)) return sin_slow(x);
   }
   const double y = sin_fast_eval(red);
   if (__builtin_expect(is_near_tie(y, kFastTolerance), 0)) return sin_slow(x);
