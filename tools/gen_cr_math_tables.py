@@ -3,11 +3,13 @@
 
   acos: g(x) = acos(x) / sqrt(1 - x) on 64 intervals of [0, 1], each a degree-5
         polynomial (accurate path) and a degree-4 one (fast path), in (x - centre) interpolating g at the Chebyshev nodes.
-  sin:  sin(k pi / 128) for k = 0..255 (accurate path), {sin, cos}(k pi / 512)
-        for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
-        128 bits of 1/(2 pi) that the reduction of large arguments needs.
-  log:  for 512 intervals of [0x3f330000, 2 * 0x3f330000): a reciprocal 1/c with
-        24 significant bits and -log(1/c); the two intervals next to 1 use c = 1.
+  sin:  sin(k pi / 128) for k = 0..255 (accurate path), the Taylor coefficients of sin(k pi / 512 + f pi / 512)
+        in f for k = 0..1023 (fast path), and for each float exponent from 2^17 up the
+        128 bits of 1/(2 pi) that the reduction of large arguments needs, and
+        their negation for negative arguments.
+  log:  for 1024 intervals of [0x3f330000, 2 * 0x3f330000): 1/c with 24
+        significant bits for c about the centre, and log c (c = 1 for the two
+        intervals next to 1); k log 2 and 2^-k for every float exponent k.
 """
 import mpmath as mp
 
@@ -43,14 +45,17 @@ def sin_table():
 
 
 def sin_cos_fast_table():
-    exact = {0: (0.0, 1.0), 256: (1.0, 0.0), 512: (0.0, -1.0), 768: (-1.0, 0.0)}
+    # The series of sin(a + f p) in f, p = pi / 512, a = k p, to f^3:
+    # {sin a, p cos a, -p^2 sin(a) / 2, -p^3 cos(a) / 6}.
+    exact = {0: (0, 1), 256: (1, 0), 512: (0, -1), 768: (-1, 0)}
+    p = mp.pi / 512
     rows = []
     for k in range(1024):
         if k in exact:
-            rows.append(tuple(float(v).hex() for v in exact[k]))
+            sa, ca = (mp.mpf(v) for v in exact[k])
         else:
-            a = k * mp.pi / 512
-            rows.append((hexd(mp.sin(a)), hexd(mp.cos(a))))
+            sa, ca = mp.sin(k * p), mp.cos(k * p)
+        rows.append(tuple(float(v).hex() for v in (sa, p * ca, -p**2 * sa / 2, -p**3 * ca / 6)))
     return rows
 
 
@@ -61,7 +66,7 @@ def inv_two_pi_windows():
     rows = []
     for biased in range(144, 255):
         w = int(mp.floor(t * mp.mpf(2) ** (biased - 150 + 128))) % 2**128
-        rows.append((w >> 64, w & (2**64 - 1)))
+        rows.append(w)
     return rows
 
 
@@ -71,13 +76,18 @@ def f32(bits):
 
 
 def log_table():
+    # Interval i holds the floats z with bits off + i 2^13 + j, 0 <= j < 2^13; c
+    # is the float at j = 2^12. The rows are {1/c rounded to 24 bits, so that
+    # z / c - 1 is exact, then -log of that}. The two intervals next to 1 take
+    # c = 1 and, for log c, a mark that the fast path turns into a result on a
+    # float midpoint (see cr_math.cpp); the accurate path reads it as 0.
     off = 0x3F330000
     rows = []
-    for i in range(512):
-        if i in (307, 308):  # [1 - 2^-10, 1) and [1, 1 + 2^-9)
-            rows.append(('0x1p+0', '0x0p+0'))
+    for i in range(1024):
+        if i in (615, 616):  # [1 - 2^-11, 1) and [1, 1 + 2^-10)
+            rows.append(('0x1p+0', '0x1.0000010000000p+80'))
             continue
-        c = f32(off + (i << 14) + (1 << 13))
+        c = f32(off + (i << 13) + (1 << 12))
         inv = 1 / c
         e = int(mp.floor(mp.log(inv, 2)))
         inv = mp.nint(inv * mp.mpf(2) ** (23 - e)) / mp.mpf(2) ** (23 - e)
@@ -104,27 +114,40 @@ def main():
     for k in range(0, 256, 4):
         print('    ' + ', '.join(st[k:k + 4]) + ',')
     print('};')
-    print('// {sin, cos}(k pi / 512), k = 0..1023.')
-    print('alignas(16) constexpr double kSinCosFast[1024][2] = {')
-    for a, b in sin_cos_fast_table():
-        print('    {%s, %s},' % (a, b))
+    print('// With p = pi / 512 and a = k p, k = 0..1023: the Taylor coefficients of')
+    print('// sin(a + f p) in f, {sin a, p cos a, -p^2 sin(a) / 2, -p^3 cos(a) / 6}.')
+    print('alignas(64) constexpr double kSinCosFast[1024][4] = {')
+    for row in sin_cos_fast_table():
+        print('    {%s},' % ', '.join(row))
     print('};')
     print('// For x = m 2^(E-150) with biased exponent E = 144..254: the 128 bits of')
-    print('// 1/(2 pi) after bit E-150, {high word, low word}.')
-    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[111][2] = {')
-    for hi, lo in inv_two_pi_windows():
-        print('    {0x%016xull, 0x%016xull},' % (hi, lo))
+    print('// 1/(2 pi) after bit E-150, {high word, low word}, at row E; at row 256 + E')
+    print('// their negation modulo 2^128, for -x: the rows are indexed by the sign and')
+    print('// exponent bits of x. The other rows are not used.')
+    print('alignas(16) constexpr std::uint64_t kInvTwoPiWindows[512][2] = {')
+    windows = inv_two_pi_windows()
+    for sign in (1, -1):
+        for biased in range(256):
+            if 144 <= biased <= 254:
+                w = (sign * windows[biased - 144]) % 2**128
+                print('    {0x%016xull, 0x%016xull},' % (w >> 64, w & (2**64 - 1)))
+            else:
+                print('    {0, 0},')
     print('};')
-    print('// log: {1/c, -log(1/c)} for each interval of the reduced argument.')
-    print('alignas(16) constexpr double kLogTable[512][2] = {')
+    print('// log: for each interval of the reduced argument, {1/c, log c} with 1/c')
+    print('// rounded to 24 bits;')
+    print('// then k log 2 and 2^-k for k = -149..128, the exponents of positive floats.')
+    print('alignas(64) constexpr LogTables kLog = {')
+    print('    {')
     for a, b in log_table():
-        print('    {%s, %s},' % (a, b))
-    print('};')
-    print('// k log 2 for k = -149..128, the exponents of positive floats.')
-    print('constexpr double kLogExponentTable[278] = {')
-    vals = [hexd(k * mp.log(2)) for k in range(-149, 129)]
-    for k in range(0, len(vals), 3):
-        print('    ' + ', '.join(vals[k:k + 3]) + ',')
+        print('        {%s, %s},' % (a, b))
+    print('    },')
+    for name, vals in (('k log 2', [hexd(k * mp.log(2)) for k in range(-149, 129)]),
+                       ('2^-k', [float(mp.mpf(2) ** -k).hex() for k in range(-149, 129)])):
+        print('    {  // ' + name)
+        for k in range(0, len(vals), 3):
+            print('        ' + ', '.join(vals[k:k + 3]) + ',')
+        print('    },')
     print('};')
 
 

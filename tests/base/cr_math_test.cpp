@@ -172,6 +172,71 @@ TEST(CrMath, FastAndAccurateEvaluationsAgree) {
   }
 }
 
+// The double-precision host functions are within an ulp of the exact value, so
+// the correctly rounded float is one of the two floats around their result.
+bool within_host_bracket(float got, double host) {
+  const auto lower = static_cast<float>(host);
+  const double rest = host - static_cast<double>(lower);
+  const float other = std::nextafter(lower, rest > 0 ? std::numeric_limits<float>::infinity()
+                                                     : -std::numeric_limits<float>::infinity());
+  return bits(got) == bits(lower) || (rest != 0 && bits(got) == bits(other));
+}
+
+// Next to 1, and next to every power of two, log takes the accurate path through
+// a mark in the table: a leak of the mark or a wrong interval shows here.
+TEST(CrMath, LogNextToPowersOfTwo) {
+  for (const int e : {-126, -20, -1, 0, 1, 5, 127}) {
+    const float p = std::ldexp(1.0f, e);
+    float x = p * (1.0f - 0x1p-10f);
+    for (int i = 0; i < 6000 && x < p * (1.0f + 0x1p-9f); ++i) {
+      const float y = cr_logf(x);
+      EXPECT_TRUE(within_host_bracket(y, std::log(static_cast<double>(x))))
+          << std::hex << "input 0x" << bits(x) << " got 0x" << bits(y);
+      x = std::nextafter(x, 2.0f * p);
+    }
+  }
+  EXPECT_EQ(bits(cr_logf(0.99999994f)), 0xb3800000u);  // 1 - 2^-24, MPFR
+}
+
+// Below 2^8 the fast reduction is one product; near a multiple of pi other than
+// 0 the accurate path takes over. These four (9 pi times a power of two) are the
+// ones the one-product reduction gets wrong. Values from MPFR.
+TEST(CrMath, SinNearMultiplesOfPiBelowTwoToTheEight) {
+  const Case cases[] = {{0x41e231d6u, 0xb399a6a2u},
+                        {0x426231d6u, 0x3419a6a2u},
+                        {0x42e231d6u, 0x3499a6a2u},
+                        {0x436231d6u, 0x3519a6a2u},
+                        {0xc36231d6u, 0xb519a6a2u}};
+  expect_results(cr_sinf, cases, std::size(cases));
+  // Each k pi rounded to float, and its neighbours, with the right sign.
+  for (int k = 1; k < 82; ++k) {
+    const auto centre = static_cast<float>(k * 3.14159265358979323846);
+    float x = std::nextafter(std::nextafter(centre, 0.0f), 0.0f);
+    for (int i = 0; i < 5; ++i, x = std::nextafter(x, 1e9f)) {
+      for (const float v : {x, -x}) {
+        const float y = cr_sinf(v);
+        EXPECT_TRUE(within_host_bracket(y, std::sin(static_cast<double>(v))))
+            << std::hex << "input 0x" << bits(v) << " got 0x" << bits(y);
+      }
+    }
+  }
+}
+
+// A sweep over every range of sin (tiny, one-product reduction, two-part,
+// 128-bit) and over the positive floats for log.
+TEST(CrMath, SinAndLogWithinTheHostBracketOnASweep) {
+  for (std::uint32_t b = 0x39800000u; b < 0x7f800000u; b += 0x000a3d71u) {
+    for (const std::uint32_t sign : {0u, 0x80000000u}) {
+      const float x = from_bits(b | sign);
+      EXPECT_TRUE(within_host_bracket(cr_sinf(x), std::sin(static_cast<double>(x))))
+          << std::hex << "sin input 0x" << (b | sign);
+    }
+    const float x = from_bits(b);
+    EXPECT_TRUE(within_host_bracket(cr_logf(x), std::log(static_cast<double>(x))))
+        << std::hex << "log input 0x" << b;
+  }
+}
+
 // A table or interval mix-up shows as a step the wrong way between neighbours.
 TEST(CrMath, AcosAndLogAreMonotonicOnASweep) {
   float previous = cr_acosf(-1.0f);
