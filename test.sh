@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds a Release build and an AddressSanitizer + UndefinedBehaviorSanitizer
-# build and runs every test on both; then the warnings gate (gcc and clang),
-# two corners of the build matrix, and each fuzzer for a short while.
+# build and runs every test on both; then the format check, the warnings gate
+# (gcc and clang), two corners of the build matrix, and each fuzzer for a short
+# while.
 # Exits non-zero when anything fails.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -16,6 +17,8 @@ for preset in release sanitize; do
   echo "=== $preset: tests"
   ctest --preset "$preset" -j "$jobs"
 done
+echo "=== format"
+scripts/check_format.sh
 echo "=== warnings gate"
 scripts/check_warnings.sh
 echo "=== build matrix corners"

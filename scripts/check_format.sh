@@ -5,7 +5,7 @@
 #   scripts/check_format.sh FILE...    check these files only
 set -euo pipefail
 cd "$(dirname "$0")/.."
-command -v clang-format >/dev/null || { echo "clang-format is not installed" >&2; exit 2; }
+command -v clang-format >/dev/null || { echo "clang-format is not installed (apt-get install clang-format)"; exit 2; }
 if [ $# -gt 0 ]; then
   files=("$@")
 else
@@ -15,6 +15,6 @@ fi
 if clang-format --style=file --dry-run -Werror "${files[@]}"; then
   echo "${#files[@]} files formatted as .clang-format says"
 else
-  echo "some files are not formatted: clang-format -i FILE fixes one" >&2
+  echo "some files are not formatted: clang-format -i FILE fixes one"
   exit 1
 fi

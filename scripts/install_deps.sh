@@ -3,6 +3,8 @@
 # Sourced by demo.sh and test.sh.
 vtl_required_packages=(
   gcc g++ make pkgconf cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev
+  clang libclang-rt-14-dev  # the second compiler of the warnings gate and the build matrix; libFuzzer
+  clang-format        # the format check of the sources
   libmpfr-dev libgmp-dev  # MPFR: the exhaustive check of the correctly rounded maths (a test tool only)
   libfast-float-dev   # fast_float: correctly rounded decimal-to-float conversion of signal files
   python3-dev         # /usr/bin/python3 and its headers, which the vantelo extension builds against

@@ -27,6 +27,11 @@
 namespace vtl {
 namespace {
 
+// 128-bit integers, a compiler extension gcc and clang share; __extension__
+// keeps -pedantic quiet about it.
+__extension__ typedef unsigned __int128 u128;
+__extension__ typedef __int128 i128;
+
 // One interval of the log table.
 struct LogInterval {
   double inv_c;  // 24 significant bits
@@ -172,7 +177,6 @@ inline Reduced reduce_medium(double ax) {
 // kBits = log2(2N).
 template <int kBits>
 inline Reduced reduce_large(std::uint32_t ax) {
-  using u128 = unsigned __int128;
   const std::uint64_t m = (ax & 0x7fffffu) | 0x800000u;
   const std::uint64_t* w = kInvTwoPiWindows[ax >> 23];
   const u128 turns = static_cast<u128>(m) * w[1] + (static_cast<u128>(m * w[0]) << 64);
@@ -181,7 +185,7 @@ inline Reduced reduce_large(std::uint32_t ax) {
   // The signed remainder, |rest| <= 2^(kShift-1) < 2^120: its high word converts
   // exactly, and so does its low word without the last 11 bits; the sum is
   // rounded once, and when rest is small the two words cancel exactly.
-  const auto rest = static_cast<__int128>(turns - (k << kShift));
+  const auto rest = static_cast<i128>(turns - (k << kShift));
   const auto rest_hi = static_cast<std::int64_t>(rest >> 64);
   const auto rest_lo = static_cast<std::int64_t>(static_cast<std::uint64_t>(rest) >> 11);
   const double units =
@@ -198,7 +202,6 @@ inline Reduced reduce_large(std::uint32_t ax) {
 // r pi/512, |r| >= 2^-20.8 for every float from 2^17 on, so that is at most
 // 2^-43 relative.
 inline Reduced reduce_large_fast(std::uint32_t ix) {
-  using u128 = unsigned __int128;
   const std::uint64_t m = (ix & 0x7fffffu) | 0x800000u;
   // The row ix >> 23 by its byte offset, which saves an instruction.
   static_assert(sizeof(kInvTwoPiWindows[0]) == 16);
