@@ -1,7 +1,10 @@
 // End-to-end tests of the command dispatcher: names, argument checks, message
 // blocks, exit status and the state file's life cycle.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -228,13 +231,53 @@ TEST(Dispatcher, ASaveRemovesATemporaryNameLeftByAKilledRun) {
   EXPECT_FALSE(s.read_file(".Vantelo.dat.tmp").has_value());
 }
 
+// Makes a file unwritable for this process: by its mode, or for root, which
+// ignores modes, with the immutable attribute; undone on destruction so that
+// the session can remove its directory.
+class UnwritableFile {
+ public:
+  explicit UnwritableFile(const std::filesystem::path& path) : path_(path) {
+    if (::geteuid() != 0) {
+      std::filesystem::permissions(path_, std::filesystem::perms::owner_read);
+      made_ = true;
+      return;
+    }
+    immutable_ = set_immutable(true);
+    made_ = immutable_;
+  }
+  ~UnwritableFile() {
+    if (immutable_) set_immutable(false);
+  }
+  UnwritableFile(const UnwritableFile&) = delete;
+  UnwritableFile& operator=(const UnwritableFile&) = delete;
+  bool made() const { return made_; }
+
+ private:
+  bool set_immutable(bool on) {
+    const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    int flags = 0;
+    bool done = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+    if (done) {
+      flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+      done = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+    }
+    ::close(fd);
+    return done;
+  }
+
+  std::filesystem::path path_;
+  bool immutable_ = false;
+  bool made_ = false;
+};
+
 // Learn and detect open the state file for update, so one that cannot be written
 // counts as missing; the other commands load it and fail on the save.
 TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
-  if (::geteuid() == 0) GTEST_SKIP() << "root may write a read-only file";
   Session s;
   s.run({kInit});
-  std::filesystem::permissions(s.path("Vantelo.dat"), std::filesystem::perms::owner_read);
+  const UnwritableFile unwritable(s.path("Vantelo.dat"));
+  if (!unwritable.made()) GTEST_SKIP() << "this file system has no immutable attribute";
   s.run_steps({
       {{kSensitivity, "2"},
        "Error: could not write state file Vantelo.dat !\n",
