@@ -16,6 +16,7 @@
 #include "cli/report.h"
 #include "cli/signal_input.h"
 #include "engine/interface.h"
+#include "persist/file_io.h"
 #include "persist/knowledge_file.h"
 #include "persist/state_file.h"
 #include "persist/state_store.h"
@@ -103,13 +104,7 @@ int import_named_knowledge(int argc, char** argv) {
   InputFile knowledge;
   if (!knowledge.open(argc > 3 ? argv[input_arg_index] : nullptr, "knowledge file")) return 1;
   std::uint8_t record[kKnowledgeFileSize];
-  std::size_t length = 0;
-  while (length < sizeof record) {
-    const ssize_t got = ::read(knowledge.fd(), record + length, sizeof record - length);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
-    length += static_cast<std::size_t>(got);
-  }
+  const std::size_t length = read_up_to(knowledge.fd(), record, sizeof record);
   const unsigned result = import_knowledge_file(record, length, &learned_total) & 0xFFu;
   if (result != 0) {
     out().text("Error: a knowledge that do not match the library has been loaded ");

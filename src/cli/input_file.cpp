@@ -10,18 +10,11 @@
 
 #include "cli/messages.h"
 #include "cli/output.h"
+#include "persist/file_io.h"
 
 namespace vtl {
 
 namespace {
-
-int open_retrying(const char* path, int flags, mode_t mode = 0) {
-  int fd;
-  do {
-    fd = ::open(path, flags | O_CLOEXEC, mode);
-  } while (fd < 0 && errno == EINTR);
-  return fd;
-}
 
 // An unnamed file in the temporary directory that disappears when closed.
 int anonymous_file() {
@@ -37,17 +30,6 @@ int anonymous_file() {
   fd = ::mkostemp(name, O_CLOEXEC);
   if (fd >= 0) ::unlink(name);
   return fd;
-}
-
-bool write_all(int fd, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = ::write(fd, data, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return true;
 }
 
 void print_open_error(const char* what) {
@@ -72,7 +54,7 @@ bool InputFile::spool(int source) {
   for (;;) {
     const ssize_t got = ::read(source, block, sizeof block);
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0 || (got > 0 && !write_all(copy, block, static_cast<std::size_t>(got)))) {
+    if (got < 0 || (got > 0 && write_all(copy, block, static_cast<std::size_t>(got)) != 0)) {
       ::close(copy);
       return false;
     }

@@ -6,26 +6,13 @@
 #include <cstdio>
 #include <cstring>
 
+#include "persist/file_io.h"
+
 namespace vtl {
 
 namespace {
 
 Output the_output;
-
-// Writes all of [data, data + size) to fd; 0, or the errno of the failure.
-int write_all(int fd, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = ::write(fd, data, size);
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return errno;
-    }
-    if (written == 0) return EIO;
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return 0;
-}
 
 }  // namespace
 

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "persist/file_io.h"
+
 namespace vtl {
 
 namespace {
@@ -18,25 +20,6 @@ bool copy_text(char* to, std::size_t capacity, const char* from, std::size_t len
   if (length >= capacity) return false;
   std::memcpy(to, from, length);
   to[length] = '\0';
-  return true;
-}
-
-int retry_open(const char* path, int flags, mode_t mode = 0) {
-  int fd;
-  do {
-    fd = ::open(path, flags | O_CLOEXEC, mode);
-  } while (fd < 0 && errno == EINTR);
-  return fd;
-}
-
-bool write_all(int fd, const std::uint8_t* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = ::write(fd, data, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
   return true;
 }
 
@@ -98,7 +81,7 @@ bool StateStore::resolve(const char* name) {
 
 void StateStore::lock(Lock kind) {
   if (!resolved_ || dir_fd_ >= 0) return;
-  dir_fd_ = retry_open(dir_, O_RDONLY | O_DIRECTORY);
+  dir_fd_ = open_retrying(dir_, O_RDONLY | O_DIRECTORY);
   if (dir_fd_ < 0) return;
   const int operation = kind == Lock::shared ? LOCK_SH : LOCK_EX;
   while (::flock(dir_fd_, operation) != 0 && errno == EINTR) {
@@ -109,7 +92,7 @@ bool StateStore::open_existing(bool for_update) {
   if (!resolved_) return false;
   close_fd(file_fd_);
   // Non-blocking, so that a FIFO never holds the invocation; refused below.
-  const int fd = retry_open(target_, (for_update ? O_RDWR : O_RDONLY) | O_NONBLOCK);
+  const int fd = open_retrying(target_, (for_update ? O_RDWR : O_RDONLY) | O_NONBLOCK);
   if (fd < 0) return false;
   struct stat info;
   if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
@@ -140,7 +123,7 @@ bool StateStore::write_tail(int to, std::size_t from) const {
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return false;
     if (got == 0) return true;
-    if (!write_all(to, block, static_cast<std::size_t>(got))) return false;
+    if (write_all(to, block, static_cast<std::size_t>(got)) != 0) return false;
     at += got;
   }
 }
@@ -155,7 +138,7 @@ bool StateStore::prepare(const std::uint8_t* image, std::size_t size, bool keep_
     // Only a file that could be written in place may be replaced (an update
     // handle, when there is one, has shown that already).
     if (!opened_for_update_) {
-      const int probe = retry_open(target_, O_WRONLY | O_NONBLOCK);
+      const int probe = open_retrying(target_, O_WRONLY | O_NONBLOCK);
       if (probe < 0) return false;
       ::close(probe);
     }
@@ -164,10 +147,10 @@ bool StateStore::prepare(const std::uint8_t* image, std::size_t size, bool keep_
   }
   ::unlink(temp_);  // a name left by an invocation that was killed
   prepared_named_ = false;
-  prepared_fd_ = retry_open(dir_, O_TMPFILE | O_WRONLY, 0666);
+  prepared_fd_ = open_retrying(dir_, O_TMPFILE | O_WRONLY, 0666);
   if (prepared_fd_ < 0) {
     // File systems without anonymous files: a named one, removed on failure.
-    prepared_fd_ = retry_open(temp_, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
+    prepared_fd_ = open_retrying(temp_, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
     if (prepared_fd_ < 0) return false;
     prepared_named_ = true;
   }
@@ -180,7 +163,7 @@ bool StateStore::prepare(const std::uint8_t* image, std::size_t size, bool keep_
       static_cast<void>(kept);
     }
   }
-  ok = ok && write_all(prepared_fd_, image, size);
+  ok = ok && write_all(prepared_fd_, image, size) == 0;
   if (ok && keep_tail && file_fd_ >= 0) ok = write_tail(prepared_fd_, size);
   ok = ok && ::fsync(prepared_fd_) == 0;
   ok = ok && (prepared_named_ || link_prepared());
