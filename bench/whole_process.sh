@@ -26,14 +26,7 @@ cc -O2 -o io_floor "$root/bench/io_floor.c"
 cc -O2 -o minimal_state_io "$root/bench/minimal_state_io.c"
 cc -O2 -DSYNC -o minimal_state_io_sync "$root/bench/minimal_state_io.c"
 cc -O2 -o run_measured "$root/bench/run_measured.c"
-awk -v n="$lines" 'BEGIN {
-  seed = 12345
-  for (t = 0; t < n; t++) {
-    seed = (seed * 16807) % 2147483647; a = seed / 2147483647
-    seed = (seed * 16807) % 2147483647; b = seed / 2147483647
-    printf "%.4f,%.4f,%.4f\n", 0.3 + 0.05 * cos(t / 7) + (a - 0.5) * 0.02, 0.2 + 0.05 * sin(t / 7) + (b - 0.5) * 0.02, 9.81 + (a - b) * 0.02
-  }
-}' > signals.csv
+"$root/bench/make_signals.sh" "$lines" > signals.csv
 echo "signal file: $lines lines, $(du -h signals.csv | cut -f1)"
 
 EMULATOR=$emulator "$python" - <<'PY'

@@ -7,6 +7,7 @@
 set -euo pipefail
 emulator=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 examples=$(cd "$(dirname "$0")/../../../examples" && pwd)
+make_signals=$(cd "$(dirname "$0")/../../../bench" && pwd)/make_signals.sh
 large=${2:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -74,14 +75,7 @@ for selectors in "0 0" "1 1" "2 2" "3 3" "3 4" "4 4" "2 200"; do
 done
 
 if [ "$large" = large ]; then
-  awk -v n=1000000 'BEGIN {
-    seed = 12345
-    for (t = 0; t < n; t++) {
-      seed = (seed * 16807) % 2147483647; a = seed / 2147483647
-      seed = (seed * 16807) % 2147483647; b = seed / 2147483647
-      printf "%.4f,%.4f,%.4f\n", 0.3 + 0.05 * cos(t / 7) + (a - 0.5) * 0.02, 0.2 + 0.05 * sin(t / 7) + (b - 0.5) * 0.02, 9.81 + (a - b) * 0.02
-    }
-  }' > large.csv
+  "$make_signals" 1000000 > large.csv
   step large-init vtl_anomalydetection_init
   step large-learn vtl_anomalydetection_learn --file large.csv
   step large-detect vtl_anomalydetection_detect --file large.csv
