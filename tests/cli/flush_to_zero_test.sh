@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The emulator keeps subnormal numbers even when something in the process
-# switched flush-to-zero on at start (as a -ffast-math start file does): the
+# switched flush-to-zero on at start (as crtfastmath.o does): the
 # state learned with the preloaded switch equals the one learned without it.
 # Usage: flush_to_zero_test.sh EMULATOR PRELOAD_LIBRARY
 set -euo pipefail
