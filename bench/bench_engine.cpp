@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "engine/interface.h"
+#include "engine/learning.h"
 
 namespace {
 
@@ -28,6 +29,19 @@ void BM_Learn(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_Learn);
+
+// The same, as the front end learns a file: pair_distance written at the end.
+void BM_LearnRun(benchmark::State& state) {
+  vtl::vtl_anomalydetection_init();
+  const vtl::DeferredPairDistances deferred;
+  float signal[3];
+  std::uint32_t t = 0;
+  for (auto _ : state) {
+    reading(t++, signal);
+    benchmark::DoNotOptimize(vtl::vtl_anomalydetection_learn(signal));
+  }
+}
+BENCHMARK(BM_LearnRun);
 
 void BM_Detect(benchmark::State& state) {
   vtl::vtl_anomalydetection_init();

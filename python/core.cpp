@@ -20,6 +20,7 @@
 
 #include "engine/interface.h"
 #include "engine/knowledge_buffer.h"
+#include "engine/learning.h"
 #include "engine/model.h"
 #include "engine/snapshot.h"
 #include "persist/state_file.h"
@@ -137,6 +138,7 @@ class Engine {
     const float* data = signals.data();
     py::gil_scoped_release unlocked;
     run([&] {
+      const DeferredPairDistances deferred;  // written once, after the last signal
       for (std::size_t i = 0; i < n; ++i) {
         vtl_anomalydetection_learn(data + 3 * i);
         increment(totals_.learned);

@@ -39,4 +39,12 @@ inline float float_min(float a, float b) { return detail::min_of(a, b); }
 inline float float_max(float a, float b) { return detail::max_of(a, b); }
 inline double double_max(double a, double b) { return detail::max_of(a, b); }
 
+// x < 0 ? -x : x, the ordered test of the distance measures, so that NaN and
+// -0.0 keep their sign. Done on the bits: the sign of a coordinate difference is
+// random, and a branch on it would be mispredicted half the time.
+inline float negate_if_negative(float x) {
+  const std::uint32_t flip = x < 0.0f ? 0x80000000u : 0u;
+  return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) ^ flip);
+}
+
 }  // namespace vtl

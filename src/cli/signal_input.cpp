@@ -13,6 +13,7 @@
 #include "cli/output.h"
 #include "cli/report.h"
 #include "engine/interface.h"
+#include "engine/learning.h"
 
 namespace vtl {
 
@@ -168,6 +169,8 @@ int read_signal_file(Command command, int argc, char** argv) {
   // Numbers are read three at a time, each as fscanf("%f") reads it and
   // followed by one consumed character, whatever it is.
   ByteReader source(file.fd());
+  // The pair distances of the learning passes are written once, at the end.
+  DeferredPairDistances deferred;
   bool closed = false;
   for (std::int32_t i = 0; i < last; ++i) {
     if (!read_signal_values(source, input_buffer)) {

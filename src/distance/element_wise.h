@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "base/min_max.h"
 #include "base/vector_primitives.h"
 #include "distance/vector_distance.h"
 
@@ -17,7 +18,7 @@ inline float element_wise_distance(DistanceKind kind, const float* x, const floa
   // values: the result stays that of the plain loops even if work overlaps x or y.
   for (std::uint32_t i = 0; i < n; ++i) work[i] = x[i] - y[i];
   for (std::uint32_t i = 0; i < n; ++i) {
-    if (work[i] < 0.0f) work[i] = -work[i];  // NaN and -0.0 stay as they are
+    work[i] = negate_if_negative(work[i]);  // NaN and -0.0 stay as they are
   }
 
   if (kind == DIST_CHEBYSHEV) {

@@ -1,7 +1,15 @@
 #include "engine/learning.h"
 
 #include <bit>
+#include <cmath>
+#include <limits>
 
+#if defined(__SSE2__)
+#include <xmmintrin.h>
+#endif
+
+#include "base/min_max.h"
+#include "distance/distance_bounds.h"
 #include "distance/measure.h"
 #include "engine/center_norms.h"
 
@@ -29,15 +37,59 @@ struct SlotPair {
 // depends on nothing but the two centers and the selectors. Centers are
 // compared bit for bit, so anything that changed the model in between (a load,
 // a knowledge import, a caller writing the table) is noticed.
+//
+// With the reset selectors a changed pair first gets only a lower bound, which
+// costs no acosf; it is measured exactly when the bound leaves open whether it
+// is the closest pair, and at the latest when pair_distance is written.
+constexpr unsigned kBoundLanes = 12;
+constexpr unsigned kPaddedPairs = 48;
+constexpr float kNoBound = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
 struct PairCache {
   bool valid = false;
   std::uint8_t first_selector = 0;
   std::uint8_t second_selector = 0;
-  std::uint32_t center_bits[kClusterSlots][kSignalLength] = {};
-  float distance[kPairCount] = {};
+  float center[kClusterSlots][kSignalLength] = {};
+  float norm[kClusterSlots] = {};  // angle_norm of each center
+  // The same centers and norms by coordinate, for measuring a slot against
+  // four others at once (the last two lanes are padding).
+  float lanes[kSignalLength][kBoundLanes] = {};
+  float lane_norms[kBoundLanes] = {};
+  // In the order the pass scans the pairs: (0, 1), (0, 2), ..., (0, 9), (1, 2),
+  // ..., (8, 9).
+  // A pair is exact or pending: exact, distance holds its distance and bound
+  // NaN; pending, distance holds +infinity and bound a lower bound of its
+  // distance (never NaN). The three entries after the last pair are padding
+  // of that second kind that no bound reaches.
+  float distance[kPaddedPairs] = {};
+  float bound[kPaddedPairs] = {};
 };
 
 PairCache pair_cache;
+
+// Set while the front end learns a run of signals: pair_distance is written
+// once at the end of the run, by settle_pair_distances, instead of after each pass.
+bool distances_deferred = false;
+bool pass_while_deferred = false;
+
+constexpr std::uint8_t kScanFirst[kPairCount] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1,
+                                                 1, 1, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3,
+                                                 4, 4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 7, 7, 8};
+constexpr std::uint8_t kScanSecond[kPairCount] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 2, 3, 4, 5, 6, 7,
+                                                  8, 9, 3, 4, 5, 6, 7, 8, 9, 4, 5, 6, 7, 8, 9,
+                                                  5, 6, 7, 8, 9, 6, 7, 8, 9, 7, 8, 9, 8, 9, 9};
+
+constexpr bool scan_tables_follow_the_scan() {
+  unsigned p = 0;
+  for (unsigned i = 0; i < kClusterSlots; ++i) {
+    for (unsigned j = i + 1; j < kClusterSlots; ++j, ++p) {
+      if (kScanFirst[p] != i || kScanSecond[p] != j) return false;
+    }
+  }
+  return p == kPairCount;
+}
+static_assert(scan_tables_follow_the_scan());
 
 std::uint32_t bits_of(float x) { return std::bit_cast<std::uint32_t>(x); }
 
@@ -49,9 +101,16 @@ void find_changed_centers(bool* changed) {
   for (unsigned k = 0; k < kClusterSlots; ++k) {
     changed[k] = !usable;
     for (unsigned c = 0; c < kSignalLength; ++c) {
-      const std::uint32_t now = bits_of(cluster_table[k].center[c]);
-      changed[k] = changed[k] || pair_cache.center_bits[k][c] != now;
-      pair_cache.center_bits[k][c] = now;
+      const float now = cluster_table[k].center[c];
+      changed[k] = changed[k] || bits_of(pair_cache.center[k][c]) != bits_of(now);
+      pair_cache.center[k][c] = now;
+      pair_cache.lanes[c][k] = now;
+    }
+  }
+  if (!usable) {
+    for (unsigned p = kPairCount; p < kPaddedPairs; ++p) {
+      pair_cache.distance[p] = kInfinity;
+      pair_cache.bound[p] = kNoBound;
     }
   }
   pair_cache.valid = true;
@@ -67,46 +126,246 @@ void leave_last_pair_workspace() {
   if (!writes_workspace(measure_secondary) && !writes_workspace(measure_primary)) return;
   for (unsigned c = 0; c < kSignalLength; ++c) {
     float difference = cluster_table[8].center[c] - cluster_table[9].center[c];
-    if (difference < 0.0f) difference = -difference;
-    distance_workspace[c] = difference;
+    distance_workspace[c] = negate_if_negative(difference);
   }
 }
 
-// Tracks the smallest count of the non-spare slots, records every pair
-// distance and returns the closest pair: the first pair of the scan among
-// equal distances, and a NaN distance never replaces the record (except the
-// first pair's, which stays the record for the whole pass).
-SlotPair scan_pairs() {
-  bool changed[kClusterSlots];
-  find_changed_centers(changed);
-  float norms[kClusterSlots];
-  for (unsigned k = 0; k < kClusterSlots; ++k) norms[k] = center_norm(k);
-  SlotPair closest{0, 1};
-  float closest_so_far = 0.0f;  // closest_distance, kept local during the scan
+// The exact distance of the pair at scan position p, measured on the centers
+// the cache holds (those of the last pass, even if the table changed since)
+// and with a work vector of its own: what the pass leaves in
+// distance_workspace is set apart.
+float measure_pair(unsigned p) {
+  const unsigned i = kScanFirst[p];
+  const unsigned j = kScanSecond[p];
+  float work[kSignalLength];
+  return combined_distance_known_norms(pair_cache.first_selector, pair_cache.second_selector,
+                                       pair_cache.center[i], pair_cache.center[j],
+                                       pair_cache.norm[i], pair_cache.norm[j], work, kSignalLength);
+}
+
+bool is_pending(unsigned p) { return !std::isnan(pair_cache.bound[p]); }
+
+void measure_exactly(unsigned p) {
+  pair_cache.distance[p] = measure_pair(p);
+  pair_cache.bound[p] = kNoBound;
+}
+
+void settle_pair(unsigned p) {
+  if (is_pending(p)) measure_exactly(p);
+}
+
+// Scan position of every pair of slots, either way round (0 on the diagonal,
+// which is never used).
+struct PairPositions {
+  std::uint8_t of[kClusterSlots][kClusterSlots];
+};
+
+constexpr PairPositions make_pair_positions() {
+  PairPositions positions{};
+  for (unsigned p = 0; p < kPairCount; ++p) {
+    positions.of[kScanFirst[p]][kScanSecond[p]] = static_cast<std::uint8_t>(p);
+    positions.of[kScanSecond[p]][kScanFirst[p]] = static_cast<std::uint8_t>(p);
+  }
+  return positions;
+}
+
+constexpr PairPositions kPairPositions = make_pair_positions();
+
+// Lower bounds of the distances from slot k to every slot (its own included,
+// which means nothing), four slots at a time.
+void bound_from_slot(unsigned k, float* bounds) {
+  for (unsigned first = 0; first < kBoundLanes; first += 4) {
+    const float lanes[kSignalLength][4] = {
+        {pair_cache.lanes[0][first], pair_cache.lanes[0][first + 1], pair_cache.lanes[0][first + 2],
+         pair_cache.lanes[0][first + 3]},
+        {pair_cache.lanes[1][first], pair_cache.lanes[1][first + 1], pair_cache.lanes[1][first + 2],
+         pair_cache.lanes[1][first + 3]},
+        {pair_cache.lanes[2][first], pair_cache.lanes[2][first + 1], pair_cache.lanes[2][first + 2],
+         pair_cache.lanes[2][first + 3]}};
+    angle_manhattan_lower_bounds4(pair_cache.center[k], pair_cache.norm[k], lanes,
+                                  pair_cache.lane_norms + first, bounds + first);
+  }
+}
+
+// Remeasures every pair that involves a changed slot: a lower bound for the
+// reset selectors, else the exact distance. The first pair is always exact,
+// since the scan starts from it whatever it holds. A pass usually changes two
+// slots (the spare one and the survivor of the last merge), so the pairs are
+// found from the slots rather than by testing all 45; a pair of two changed
+// slots is measured once, from its lower slot.
+void remeasure_changed_pairs(const bool* changed) {
+  std::uint8_t slots[kClusterSlots];
+  unsigned count = 0;
+  for (std::uint8_t k = 0; k < kClusterSlots; ++k) {
+    slots[count] = k;
+    count += changed[k] ? 1 : 0;
+  }
+  for (unsigned c = 0; c < count; ++c) {
+    pair_cache.norm[slots[c]] = center_norm(slots[c]);
+    pair_cache.lane_norms[slots[c]] = pair_cache.norm[slots[c]];
+  }
+  const bool bounded = is_angle_manhattan(measure_secondary, measure_primary);
+  for (unsigned c = 0; c < count; ++c) {
+    const unsigned k = slots[c];
+    float bounds[kBoundLanes];
+    if (bounded) bound_from_slot(k, bounds);
+    for (unsigned other = 0; other < kClusterSlots; ++other) {
+      if (other == k || (changed[other] && other < k)) continue;
+      const unsigned p = kPairPositions.of[k][other];
+      if (bounded && p != 0) {
+        pair_cache.distance[p] = kInfinity;
+        pair_cache.bound[p] = bounds[other];
+      } else {
+        measure_exactly(p);
+      }
+    }
+  }
+}
+
+// The smallest distance, not NaN, of the exact pairs, given that the first
+// pair is exact and not NaN (pending pairs hold +infinity). Only the value is
+// used, so the order of the comparisons does not matter.
+float smallest_exact_distance() {
+#if defined(__SSE2__)
+  // min_ps(v, m) is v < m ? v : m, so a NaN v leaves m.
+  __m128 smallest = _mm_set1_ps(pair_cache.distance[0]);
+  for (unsigned p = 0; p < kPaddedPairs; p += 4) {
+    smallest = _mm_min_ps(_mm_loadu_ps(pair_cache.distance + p), smallest);
+  }
+  float lanes[4];
+  _mm_storeu_ps(lanes, smallest);
+  const float low = lanes[0] < lanes[1] ? lanes[0] : lanes[1];
+  const float high = lanes[2] < lanes[3] ? lanes[2] : lanes[3];
+  return low < high ? low : high;
+#else
+  float smallest = pair_cache.distance[0];
+  for (unsigned p = 1; p < kPaddedPairs; ++p) {
+    if (pair_cache.distance[p] < smallest) smallest = pair_cache.distance[p];
+  }
+  return smallest;
+#endif
+}
+
+// Bit p set for each pending pair whose bound is at most the given distance.
+std::uint64_t pairs_bounded_by(float distance) {
+  std::uint64_t found = 0;
+#if defined(__SSE2__)
+  const __m128 limit = _mm_set1_ps(distance);
+  for (unsigned p = 0; p < kPaddedPairs; p += 4) {
+    const int mask = _mm_movemask_ps(_mm_cmple_ps(_mm_loadu_ps(pair_cache.bound + p), limit));
+    found |= static_cast<std::uint64_t>(mask) << p;
+  }
+#else
+  for (unsigned p = 0; p < kPaddedPairs; ++p) {
+    if (pair_cache.bound[p] <= distance) found |= std::uint64_t{1} << p;
+  }
+#endif
+  return found;
+}
+
+// The scan keeps the first pair unless a later one is strictly closer, so
+// among equal distances the earliest wins, a NaN never wins, and a NaN first
+// pair stays the record: when the first pair is not NaN, the result is the
+// first position whose distance equals the smallest distance that is not NaN.
+// Only the pending pairs whose bound is not above the smallest exact distance
+// can be that one; they are measured, the rest stay pending.
+unsigned closest_position() {
+  if (std::isnan(pair_cache.distance[0])) return 0;
+  float smallest = smallest_exact_distance();
+  for (std::uint64_t open = pairs_bounded_by(smallest); open != 0; open &= open - 1) {
+    const unsigned p = static_cast<unsigned>(std::countr_zero(open));
+    if (!(pair_cache.bound[p] <= smallest)) continue;  // a pair measured before is closer
+    measure_exactly(p);
+    if (pair_cache.distance[p] < smallest) smallest = pair_cache.distance[p];
+  }
+  unsigned p = 0;
+  while (p < kPairCount - 1 && !(pair_cache.distance[p] == smallest)) ++p;
+  return p;
+}
+
+void write_pair_distances() {
+  for (unsigned p = 0; p < kPairCount; ++p) {
+    settle_pair(p);
+    pair_distance[pair_index(kScanFirst[p], kScanSecond[p]) & 0xFFFFu] = pair_cache.distance[p];
+  }
+}
+
+void track_smallest_count() {
   for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
     if (i != spare_slot && cluster_table[i].count < smallest_count) {
       smallest_count = cluster_table[i].count;
       smallest_count_slot = i;
     }
-    for (std::uint8_t j = i + 1; j < kClusterSlots; ++j) {
-      const std::uint32_t index = pair_index(i, j) & 0xFFFFu;
-      if (changed[i] || changed[j]) {
-        pair_cache.distance[index] = combined_distance_known_norms(
-            measure_secondary, measure_primary, cluster_table[i].center, cluster_table[j].center,
-            norms[i], norms[j], distance_workspace, kSignalLength);
-      }
-      const float d = pair_cache.distance[index];
-      pair_distance[index] = d;
-      if ((i == 0 && j == 1) || closest_so_far > d) {
-        closest_so_far = d;
-        closest = {i, j};
-      }
+  }
+}
+
+// Tracks the smallest count of the non-spare slots, records every pair
+// distance and returns the closest pair.
+SlotPair scan_pairs() {
+  bool changed[kClusterSlots];
+  find_changed_centers(changed);
+  remeasure_changed_pairs(changed);
+  track_smallest_count();
+  const unsigned closest = closest_position();
+  closest_distance = pair_cache.distance[closest];
+  if (distances_deferred) {
+    pass_while_deferred = true;
+  } else {
+    write_pair_distances();
+  }
+  leave_last_pair_workspace();
+  return {kScanFirst[closest], kScanSecond[closest]};
+}
+
+// The merge of b into a; distance(x, y) measures from the new center of a, x,
+// to y (the saved center of a, then the center of b).
+template <typename Distance>
+void merge_into(ClusterRecord* a, ClusterRecord* b, Distance distance) {
+  merge_saved_center[0] = a->center[0];
+  merge_saved_center[1] = a->center[1];
+  merge_saved_center[2] = a->center[2];
+
+  const float na = static_cast<float>(a->count);
+  const float nb = static_cast<float>(b->count);
+  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
+  const float total = static_cast<float>(count_sum);
+  // The new center moves from the center of the larger cluster.
+  if (na >= nb) {
+    const float w = nb / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
+    }
+  } else {
+    const float w = na / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
     }
   }
-  closest_distance = closest_so_far;
-  // The workspace as measuring the last pair would have left it.
-  if (!changed[8] && !changed[9]) leave_last_pair_workspace();
-  return closest;
+
+  const float moved = distance(a->center, merge_saved_center);
+  const float spread = distance(a->center, b->center);
+  const float radius_a = (1.0f / na) * moved + a->radius;
+  const float radius_b = (1.0f / nb) * spread + b->radius;
+  a->radius = radius_a > radius_b ? radius_a : radius_b;  // equal or NaN: b's
+  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
+  empty_slot(b);
+}
+
+// merge_clusters for two slots of the table, with the norms of the centers
+// taken from those kept per slot: the old center of a and the center of b were
+// measured by the pass, and the new center of a will be by the next one.
+void merge_slots(unsigned a, unsigned b) {
+  const float saved_norm = center_norm(a);
+  const float b_norm = center_norm(b);
+  bool new_norm_known = false;
+  float new_norm = 0.0f;
+  merge_into(&cluster_table[a], &cluster_table[b], [&](const float* x, const float* y) {
+    if (!new_norm_known) new_norm = center_norm(a);
+    new_norm_known = true;
+    return combined_distance_known_norms(measure_primary, measure_secondary, x, y, new_norm,
+                                         y == merge_saved_center ? saved_norm : b_norm,
+                                         distance_workspace, kSignalLength);
+  });
 }
 
 }  // namespace
@@ -120,6 +379,17 @@ void empty_slot(ClusterRecord* slot) {
 }
 
 void forget_pair_distances() { pair_cache.valid = false; }
+
+void defer_pair_distances() {
+  distances_deferred = true;
+  pass_while_deferred = false;
+}
+
+void settle_pair_distances() {
+  if (distances_deferred && pass_while_deferred) write_pair_distances();
+  distances_deferred = false;
+  pass_while_deferred = false;
+}
 
 void learning_update(const float* signal) {
   if (filled_slots < kTableFull) {
@@ -147,41 +417,15 @@ void learning_update(const float* signal) {
   if (smallest_count_slot == closest.a || smallest_count_slot == closest.b) {
     smallest_count = kSmallestCountUnknown;
   }
-  merge_clusters(&a, &b);
+  merge_slots(closest.a, closest.b);
   spare_slot = closest.b;
 }
 
 std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b) {
-  merge_saved_center[0] = a->center[0];
-  merge_saved_center[1] = a->center[1];
-  merge_saved_center[2] = a->center[2];
-
-  const float na = static_cast<float>(a->count);
-  const float nb = static_cast<float>(b->count);
-  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
-  const float total = static_cast<float>(count_sum);
-  // The new center moves from the center of the larger cluster.
-  if (na >= nb) {
-    const float w = nb / total;
-    for (unsigned c = 0; c < kSignalLength; ++c) {
-      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
-    }
-  } else {
-    const float w = na / total;
-    for (unsigned c = 0; c < kSignalLength; ++c) {
-      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
-    }
-  }
-
-  const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
-                                       merge_saved_center, distance_workspace, kSignalLength);
-  const float spread = measure_distance(1, measure_primary, measure_secondary, a->center, b->center,
-                                        distance_workspace, kSignalLength);
-  const float radius_a = (1.0f / na) * moved + a->radius;
-  const float radius_b = (1.0f / nb) * spread + b->radius;
-  a->radius = radius_a > radius_b ? radius_a : radius_b;  // equal or NaN: b's
-  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
-  empty_slot(b);
+  merge_into(a, b, [](const float* x, const float* y) {
+    return measure_distance(1, measure_primary, measure_secondary, x, y, distance_workspace,
+                            kSignalLength);
+  });
   return 1;
 }
 

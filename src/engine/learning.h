@@ -18,12 +18,32 @@ inline constexpr std::uint16_t kKeepSmallestAbove = 19;
 
 // Folds one signal (3 floats, read only) into the model. The pass over all
 // pairs measures again only the pairs whose centers changed since the last
-// pass; every result is the same as measuring all 45.
+// pass, and with the reset selectors measures exactly only the pairs that may
+// be the closest one before it writes pair_distance; every result is the same
+// as measuring all 45.
 void learning_update(const float* signal);
 
 // Makes the next pass measure all 45 pairs (the results do not change; tests
 // compare the two ways).
 void forget_pair_distances();
+
+// A run of learning updates may leave pair_distance behind until the run ends:
+// after defer_pair_distances, passes keep their distances to themselves (and
+// skip measuring exactly those that cannot be the closest pair), and
+// settle_pair_distances writes the last pass's distances, exactly as that pass
+// would have. Every other global is up to date after each update. Between the
+// two, nothing but learning_update may write the model.
+void defer_pair_distances();
+void settle_pair_distances();
+
+// Defers pair_distance for its lifetime.
+class DeferredPairDistances {
+ public:
+  DeferredPairDistances() { defer_pair_distances(); }
+  ~DeferredPairDistances() { settle_pair_distances(); }
+  DeferredPairDistances(const DeferredPairDistances&) = delete;
+  DeferredPairDistances& operator=(const DeferredPairDistances&) = delete;
+};
 
 // Merges b into a (a survives, b gets the empty-slot marker); returns 1.
 // A count sum above 65535 is kept at 65535.

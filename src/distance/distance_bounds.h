@@ -1,0 +1,131 @@
+#pragma once
+// Cheap bounds on the angle and on the angle times the Manhattan distance (the
+// distance of the reset selectors), for callers that only need to know whether
+// a distance can be the smallest or whether a score is already at its ceiling:
+// they measure exactly only where the bounds leave the answer open.
+//
+// The bounds hold for the values measure_distance gives, rounding included:
+// the angle of a cosine c in [-1, 1] is at least the chord 2 sin(angle / 2) =
+// sqrt(2 (1 - c)), and at most the chord times 1 + chord^2 / 12 while the chord
+// is at most 1. Each bound is computed in float with at most three roundings of
+// at most 2^-24 each and then moved 2^-20 outward, which is more than those
+// roundings and the half unit of the correctly rounded acosf together; rounding
+// to float is monotonic, so the product with a Manhattan distance m >= 0 keeps
+// its side. tests/distance/distance_bounds_test.cpp checks both bounds against
+// the angle of every float cosine.
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "distance/cosine_ratio.h"
+#include "distance/element_wise.h"
+
+namespace vtl {
+
+inline constexpr float kBoundShrink = 1.0f - 0x1p-20f;
+inline constexpr float kBoundGrow = 1.0f + 0x1p-20f;
+
+// The cosine as the angle measure clamps it; a NaN stays NaN.
+inline float clamped_cosine(float cosine) {
+  if (cosine > 1.0f) return 1.0f;
+  if (cosine < -1.0f) return -1.0f;
+  return cosine;
+}
+
+// A float at most the angle measure gives for this cosine (NaN for NaN).
+inline float angle_lower_bound(float cosine) {
+  const float chord = std::sqrt((1.0f - clamped_cosine(cosine)) * 2.0f);
+  return chord * kBoundShrink;
+}
+
+// A float at least the angle measure gives for this cosine, or +infinity when
+// the chord is above 1 (an angle beyond 60 degrees), where the bound is not
+// kept tight (NaN for NaN).
+inline float angle_upper_bound(float cosine) {
+  const float chord = std::sqrt((1.0f - clamped_cosine(cosine)) * 2.0f);
+  if (chord > 1.0f) return std::numeric_limits<float>::infinity();
+  return (chord + chord * chord * chord * (1.0f / 12.0f)) * kBoundGrow;
+}
+
+// True when the two selectors give the angle times the Manhattan distance.
+inline bool is_angle_manhattan(std::uint8_t measure_a, std::uint8_t measure_b) {
+  return (measure_a == 1 && measure_b == 4) || (measure_a == 4 && measure_b == 1);
+}
+
+// The parts of the angle-Manhattan distance of x and y (3 values each, norms
+// known) that cost no acosf: the cosine, exactly as the angle measure forms
+// it, and the Manhattan distance, exactly as measured.
+struct AngleManhattanParts {
+  float cosine;
+  float manhattan;
+};
+
+inline AngleManhattanParts angle_manhattan_parts(const float* x, const float* y, float x_norm,
+                                                 float y_norm) {
+  float work[3];
+  return {detail::cosine_from_norms(x, y, 3, x_norm, y_norm),
+          detail::element_wise_distance(DIST_MANHATTAN, x, y, work, 3)};
+}
+
+// At most the angle-Manhattan distance of these parts; -infinity where the
+// bound is undefined (a NaN cosine or Manhattan distance, an infinite Manhattan
+// distance with a zero angle bound), so that callers measure those exactly.
+inline float angle_manhattan_lower_bound(AngleManhattanParts parts) {
+  const float bound = angle_lower_bound(parts.cosine) * parts.manhattan;
+  return std::isnan(bound) ? -std::numeric_limits<float>::infinity() : bound;
+}
+
+// angle_manhattan_lower_bound of x against four vectors at once: y[c][l] is
+// coordinate c of vector l, y_norm[l] its norm; x's values come first in every
+// product, as they would with x as the first vector (either order gives the
+// same cosine and a bound as good). The lanes compute exactly what the scalar
+// form computes, one IEEE operation for another.
+inline void angle_manhattan_lower_bounds4(const float* x, float x_norm, const float (*y)[4],
+                                          const float* y_norm, float* bounds) {
+#if defined(__SSE2__)
+  const __m128 p0 = _mm_mul_ps(_mm_set1_ps(x[0]), _mm_loadu_ps(y[0]));
+  const __m128 p1 = _mm_mul_ps(_mm_set1_ps(x[1]), _mm_loadu_ps(y[1]));
+  const __m128 p2 = _mm_mul_ps(_mm_set1_ps(x[2]), _mm_loadu_ps(y[2]));
+  const __m128 dot = _mm_add_ps(_mm_add_ps(_mm_add_ps(_mm_setzero_ps(), p0), p1), p2);
+  const __m128 norms = _mm_mul_ps(_mm_set1_ps(x_norm), _mm_loadu_ps(y_norm));
+  __m128 cosine = _mm_div_ps(dot, norms);
+  // min_ps(a, b) is a < b ? a : b, max_ps(a, b) is a > b ? a : b: a NaN cosine passes.
+  cosine = _mm_max_ps(_mm_set1_ps(-1.0f), _mm_min_ps(_mm_set1_ps(1.0f), cosine));
+  const __m128 chord =
+      _mm_sqrt_ps(_mm_mul_ps(_mm_sub_ps(_mm_set1_ps(1.0f), cosine), _mm_set1_ps(2.0f)));
+  const __m128 angle = _mm_mul_ps(chord, _mm_set1_ps(kBoundShrink));
+  const __m128 sign = _mm_set1_ps(-0.0f);
+  __m128 sum = _mm_setzero_ps();
+  for (int c = 0; c < 3; ++c) {
+    const __m128 difference = _mm_sub_ps(_mm_set1_ps(x[c]), _mm_loadu_ps(y[c]));
+    const __m128 negative = _mm_cmplt_ps(difference, _mm_setzero_ps());
+    const __m128 absolute = _mm_xor_ps(difference, _mm_and_ps(negative, sign));
+    sum = c == 0 ? absolute : _mm_add_ps(sum, absolute);
+  }
+  const __m128 three = _mm_set1_ps(3.0f);
+  const __m128 manhattan = _mm_mul_ps(three, _mm_div_ps(sum, three));
+  const __m128 bound = _mm_mul_ps(angle, manhattan);
+  const __m128 undefined = _mm_cmpunord_ps(bound, bound);
+  const __m128 lowest = _mm_set1_ps(-std::numeric_limits<float>::infinity());
+  _mm_storeu_ps(bounds, _mm_or_ps(_mm_and_ps(undefined, lowest), _mm_andnot_ps(undefined, bound)));
+#else
+  for (int l = 0; l < 4; ++l) {
+    const float other[3] = {y[0][l], y[1][l], y[2][l]};
+    bounds[l] = angle_manhattan_lower_bound(angle_manhattan_parts(x, other, x_norm, y_norm[l]));
+  }
+#endif
+}
+
+// At least the angle-Manhattan distance of these parts; +infinity where the
+// bound is undefined or the angle is beyond 60 degrees.
+inline float angle_manhattan_upper_bound(AngleManhattanParts parts) {
+  const float bound = angle_upper_bound(parts.cosine) * parts.manhattan;
+  return std::isnan(bound) ? std::numeric_limits<float>::infinity() : bound;
+}
+
+}  // namespace vtl
