@@ -317,57 +317,6 @@ SlotPair scan_pairs() {
   return {kScanFirst[closest], kScanSecond[closest]};
 }
 
-// The merge of b into a; distance(x, y) measures from the new center of a, x,
-// to y (the saved center of a, then the center of b).
-template <typename Distance>
-void merge_into(ClusterRecord* a, ClusterRecord* b, Distance distance) {
-  merge_saved_center[0] = a->center[0];
-  merge_saved_center[1] = a->center[1];
-  merge_saved_center[2] = a->center[2];
-
-  const float na = static_cast<float>(a->count);
-  const float nb = static_cast<float>(b->count);
-  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
-  const float total = static_cast<float>(count_sum);
-  // The new center moves from the center of the larger cluster.
-  if (na >= nb) {
-    const float w = nb / total;
-    for (unsigned c = 0; c < kSignalLength; ++c) {
-      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
-    }
-  } else {
-    const float w = na / total;
-    for (unsigned c = 0; c < kSignalLength; ++c) {
-      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
-    }
-  }
-
-  const float moved = distance(a->center, merge_saved_center);
-  const float spread = distance(a->center, b->center);
-  const float radius_a = (1.0f / na) * moved + a->radius;
-  const float radius_b = (1.0f / nb) * spread + b->radius;
-  a->radius = radius_a > radius_b ? radius_a : radius_b;  // equal or NaN: b's
-  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
-  empty_slot(b);
-}
-
-// merge_clusters for two slots of the table, with the norms of the centers
-// taken from those kept per slot: the old center of a and the center of b were
-// measured by the pass, and the new center of a will be by the next one.
-void merge_slots(unsigned a, unsigned b) {
-  const float saved_norm = center_norm(a);
-  const float b_norm = center_norm(b);
-  bool new_norm_known = false;
-  float new_norm = 0.0f;
-  merge_into(&cluster_table[a], &cluster_table[b], [&](const float* x, const float* y) {
-    if (!new_norm_known) new_norm = center_norm(a);
-    new_norm_known = true;
-    return combined_distance_known_norms(measure_primary, measure_secondary, x, y, new_norm,
-                                         y == merge_saved_center ? saved_norm : b_norm,
-                                         distance_workspace, kSignalLength);
-  });
-}
-
 }  // namespace
 
 void empty_slot(ClusterRecord* slot) {
@@ -417,15 +366,41 @@ void learning_update(const float* signal) {
   if (smallest_count_slot == closest.a || smallest_count_slot == closest.b) {
     smallest_count = kSmallestCountUnknown;
   }
-  merge_slots(closest.a, closest.b);
+  merge_clusters(&a, &b);
   spare_slot = closest.b;
 }
 
 std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b) {
-  merge_into(a, b, [](const float* x, const float* y) {
-    return measure_distance(1, measure_primary, measure_secondary, x, y, distance_workspace,
-                            kSignalLength);
-  });
+  merge_saved_center[0] = a->center[0];
+  merge_saved_center[1] = a->center[1];
+  merge_saved_center[2] = a->center[2];
+
+  const float na = static_cast<float>(a->count);
+  const float nb = static_cast<float>(b->count);
+  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
+  const float total = static_cast<float>(count_sum);
+  // The new center moves from the center of the larger cluster.
+  if (na >= nb) {
+    const float w = nb / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
+    }
+  } else {
+    const float w = na / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
+    }
+  }
+
+  const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
+                                       merge_saved_center, distance_workspace, kSignalLength);
+  const float spread = measure_distance(1, measure_primary, measure_secondary, a->center, b->center,
+                                        distance_workspace, kSignalLength);
+  const float radius_a = (1.0f / na) * moved + a->radius;
+  const float radius_b = (1.0f / nb) * spread + b->radius;
+  a->radius = radius_a > radius_b ? radius_a : radius_b;  // equal or NaN: b's
+  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
+  empty_slot(b);
   return 1;
 }
 
