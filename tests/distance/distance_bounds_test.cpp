@@ -50,8 +50,8 @@ TEST(DistanceBounds, HoldDenselyWhereTheyAreTightest) {
   const std::uint32_t one = std::bit_cast<std::uint32_t>(1.0f);
   const std::uint32_t minus_one = std::bit_cast<std::uint32_t>(-1.0f);
   for (std::uint32_t step = 0; step < (1u << 20); ++step) {
-    for (std::uint32_t bits : {one - step, one + step, minus_one - step, minus_one + step, step,
-                               0x80000000u + step}) {
+    for (std::uint32_t bits :
+         {one - step, one + step, minus_one - step, minus_one + step, step, 0x80000000u + step}) {
       expect_bounds_hold(std::bit_cast<float>(bits));
     }
     if (testing::Test::HasFatalFailure()) return;
@@ -73,7 +73,8 @@ TEST(DistanceBounds, BracketTheAngleManhattanDistanceOfRandomVectors) {
     }
     float work[3];
     const float exact = measure_distance(1, 1, 4, x, y, work, 3);
-    const AngleManhattanParts parts = angle_manhattan_parts(x, y, angle_norm(x, 3), angle_norm(y, 3));
+    const AngleManhattanParts parts =
+        angle_manhattan_parts(x, y, angle_norm(x, 3), angle_norm(y, 3));
     ASSERT_LE(angle_manhattan_lower_bound(parts), exact) << trial;
     ASSERT_GE(angle_manhattan_upper_bound(parts), exact) << trial;
   }
