@@ -37,19 +37,30 @@ inline float clamped_cosine(float cosine) {
   return cosine;
 }
 
-// A float at most the angle measure gives for this cosine (NaN for NaN).
-inline float angle_lower_bound(float cosine) {
-  const float chord = std::sqrt((1.0f - clamped_cosine(cosine)) * 2.0f);
-  return chord * kBoundShrink;
-}
+// The chord of the angle measure's angle: sqrt(2 (1 - c)) of the clamped
+// cosine, in float (NaN for NaN).
+inline float chord_of(float cosine) { return std::sqrt((1.0f - clamped_cosine(cosine)) * 2.0f); }
 
-// A float at least the angle measure gives for this cosine, or +infinity when
-// the chord is above 1 (an angle beyond 60 degrees), where the bound is not
-// kept tight (NaN for NaN).
-inline float angle_upper_bound(float cosine) {
-  const float chord = std::sqrt((1.0f - clamped_cosine(cosine)) * 2.0f);
+// At most the angle measure gives for a cosine of this chord.
+inline float angle_lower_bound_of_chord(float chord) { return chord * kBoundShrink; }
+
+// At least the angle measure gives for a cosine of this chord, or +infinity
+// when the chord is above 1 (an angle beyond 60 degrees), where the bound is
+// not kept tight.
+inline float angle_upper_bound_of_chord(float chord) {
   if (chord > 1.0f) return std::numeric_limits<float>::infinity();
   return (chord + chord * chord * chord * (1.0f / 12.0f)) * kBoundGrow;
+}
+
+// A float at most the angle measure gives for this cosine (NaN for NaN).
+inline float angle_lower_bound(float cosine) {
+  return angle_lower_bound_of_chord(chord_of(cosine));
+}
+
+// A float at least the angle measure gives for this cosine (NaN for NaN), or
+// +infinity beyond 60 degrees.
+inline float angle_upper_bound(float cosine) {
+  return angle_upper_bound_of_chord(chord_of(cosine));
 }
 
 // True when the two selectors give the angle times the Manhattan distance.

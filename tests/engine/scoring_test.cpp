@@ -5,6 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+
+#include "base/min_max.h"
 #include "distance/measure.h"
 #include "engine/center_norms.h"
 #include "engine/interface.h"
@@ -94,6 +101,94 @@ TEST(Scoring, DetectionTruncatesTheScoreToTheByte) {
     EXPECT_EQ(similarity, expected) << "sensitivity " << sens;
   }
   sensitivity = 1.0f;
+}
+
+// Scoring as the algorithm states it: every merged slot measured with
+// measure_distance, in order, until a vote of 100.
+float plain_score(const float* signal, float factor) {
+  float best = 0.0f;
+  for (unsigned k = 0; k < kClusterSlots; ++k) {
+    if (cluster_table[k].count <= 1) continue;
+    const float d = measure_distance(1, measure_primary, measure_secondary, cluster_table[k].center,
+                                     signal, distance_workspace, 3);
+    const float q = cluster_table[k].radius / d;
+    const float g = 90.0f * (1.0f / factor);
+    const float v = g * q;
+    const float s = float_min(static_cast<float>(double_max(static_cast<double>(v), 0.0)), 100.0f);
+    if (s >= best) best = s;
+    if (best == 100.0f) return 100.0f;
+  }
+  return best;
+}
+
+// With the reset selectors most scores are settled by bounds of the distances,
+// without measuring them; the score and the workspace must be those of the
+// plain loop for every model, signal and sensitivity.
+TEST(Scoring, BoundedScoringEqualsThePlainLoop) {
+  std::mt19937 random(5);
+  std::normal_distribution<float> noise(0.0f, 1.0f);
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  const float odd[] = {kNaN, kInf, -kInf, 0.0f, -0.0f, 1e-40f, 3e38f};
+  const float sensitivities[] = {1.0f, 0.5f, 2.0f, 100.0f, 1e-3f, 0.0f, -1.0f, kNaN, kInf};
+  for (int model = 0; model < 400; ++model) {
+    engine_reset();
+    if (model % 5 == 4) {  // other selectors take the plain loop
+      measure_primary = static_cast<std::uint8_t>(random() % 6);
+      measure_secondary = static_cast<std::uint8_t>(random() % 6);
+    }
+    for (unsigned k = 0; k < kClusterSlots; ++k) {
+      ClusterRecord& slot = cluster_table[k];
+      slot.count = static_cast<std::uint16_t>(random() % 3 == 0 ? 1 : 2 + random() % 100);
+      slot.radius = std::fabs(noise(random)) * 0.05f;
+      for (float& c : slot.center) c = noise(random);
+      if (random() % 25 == 0) slot.radius = odd[random() % 7];
+      if (random() % 25 == 0) slot.center[random() % 3] = odd[random() % 7];
+    }
+    for (int trial = 0; trial < 50; ++trial) {
+      float signal[3];
+      const ClusterRecord& near = cluster_table[random() % kClusterSlots];
+      const float spread = std::ldexp(1.0f, -static_cast<int>(random() % 20));
+      for (unsigned c = 0; c < 3; ++c) signal[c] = near.center[c] + spread * noise(random);
+      if (trial % 10 == 0) signal[random() % 3] = odd[random() % 7];
+      if (trial % 13 == 0) std::copy(near.center, near.center + 3, signal);
+      const float sensitivity = sensitivities[random() % 9];
+      const float factor = static_cast<float>(static_cast<double>(sensitivity) * 0.29);
+      distance_workspace[0] = distance_workspace[1] = distance_workspace[2] = 7.0f;
+      const float bounded = score_similarity(signal, factor);
+      float bounded_workspace[3];
+      std::copy(distance_workspace, distance_workspace + 3, bounded_workspace);
+      distance_workspace[0] = distance_workspace[1] = distance_workspace[2] = 7.0f;
+      const float plain = plain_score(signal, factor);
+      ASSERT_EQ(std::bit_cast<std::uint32_t>(bounded), std::bit_cast<std::uint32_t>(plain))
+          << "model " << model << " trial " << trial;
+      for (unsigned c = 0; c < 3; ++c) {
+        if (std::isnan(bounded_workspace[c]) && std::isnan(distance_workspace[c])) continue;
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(bounded_workspace[c]),
+                  std::bit_cast<std::uint32_t>(distance_workspace[c]))
+            << "workspace " << c << " model " << model << " trial " << trial;
+      }
+    }
+  }
+}
+
+// The first merged cluster votes just above 100 at a wide angle, where its
+// bounds straddle 100 and it must be measured; a later cluster would be
+// proved to give 100 at once. Scoring stops at the first, and the workspace
+// holds its coordinate differences.
+TEST(Scoring, AVoteJustAbove100IsMeasuredWhenItsBoundsStraddle100) {
+  engine_reset();
+  const float signal[3] = {1.0f, 0.0f, 0.0f};
+  cluster_table[1] = {5, 0.0f, {0.92f, 0.39f, 0.0f}};   // about 0.4 rad away
+  cluster_table[6] = {5, 10.0f, {1.0f, 0.001f, 0.0f}};  // close, wide radius
+  float work[3];
+  const float d = measure_distance(1, 4, 1, cluster_table[1].center, signal, work, 3);
+  const float g = 90.0f * (1.0f / kFactor);
+  cluster_table[1].radius = 100.1f * d / g;
+  ASSERT_GE(g * (cluster_table[1].radius / d), 100.0f);
+  EXPECT_EQ(score_similarity(signal, kFactor), 100.0f);
+  EXPECT_EQ(distance_workspace[0], 1.0f - 0.92f);
+  EXPECT_EQ(distance_workspace[1], 0.39f);
 }
 
 }  // namespace
