@@ -18,6 +18,16 @@ Output the_output;
 
 Output& out() { return the_output; }
 
+namespace {
+
+// "00" to "99", so that a number's digits are made two at a time.
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+}  // namespace
+
 void Output::decimal(std::int32_t value) {
   char digits[12];
   char* end = digits + sizeof digits;
@@ -25,10 +35,18 @@ void Output::decimal(std::int32_t value) {
   // Works on the magnitude as unsigned, so that the smallest value has one.
   std::uint32_t magnitude =
       value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-  do {
-    *--p = static_cast<char>('0' + magnitude % 10);
-    magnitude /= 10;
-  } while (magnitude != 0);
+  while (magnitude >= 100) {
+    const std::uint32_t pair = magnitude % 100;
+    magnitude /= 100;
+    p -= 2;
+    std::memcpy(p, kDigitPairs + 2 * pair, 2);
+  }
+  if (magnitude >= 10) {
+    p -= 2;
+    std::memcpy(p, kDigitPairs + 2 * magnitude, 2);
+  } else {
+    *--p = static_cast<char>('0' + magnitude);
+  }
   if (value < 0) *--p = '-';
   text(std::string_view(p, static_cast<std::size_t>(end - p)));
 }

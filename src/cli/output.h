@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace vtl {
@@ -20,7 +21,8 @@ class Output {
       text_slow(s);
       return;
     }
-    for (std::size_t i = 0; i < s.size(); ++i) buffer_[used_ + i] = s[i];
+    // Inline, so that a literal's copy has a constant size and becomes a few moves.
+    std::memcpy(buffer_ + used_, s.data(), s.size());
     used_ += s.size();
   }
   void character(char c) {
