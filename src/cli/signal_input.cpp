@@ -12,6 +12,7 @@
 #include "cli/input_file.h"
 #include "cli/output.h"
 #include "cli/report.h"
+#include "cli/signal_pipeline.h"
 #include "engine/interface.h"
 #include "engine/learning.h"
 
@@ -80,9 +81,9 @@ bool apply_range_options(Command command, char** argv, const InputFile& file, st
   return true;
 }
 
-void print_reading_error(const ByteReader& source, const char* file_name) {
-  out().text(source.at_end() ? "Error: incompatibility between required and number of data in file "
-                             : "Error in reading file ");
+void print_reading_error(bool at_input_end, const char* file_name) {
+  out().text(at_input_end ? "Error: incompatibility between required and number of data in file "
+                          : "Error in reading file ");
   out().text(file_name);
   out().line(" !");
   print_line("Please check your file.");
@@ -169,12 +170,13 @@ int read_signal_file(Command command, int argc, char** argv) {
   // Numbers are read three at a time, each as fscanf("%f") reads it and
   // followed by one consumed character, whatever it is.
   ByteReader source(file.fd());
+  SignalPipeline signals(source, last > 0 ? last : 0);
   // The pair distances of the learning passes are written once, at the end.
   DeferredPairDistances deferred;
   bool closed = false;
   for (std::int32_t i = 0; i < last; ++i) {
-    if (!read_signal_values(source, input_buffer)) {
-      print_reading_error(source, file_name);
+    if (!signals.next(input_buffer)) {
+      print_reading_error(signals.ended_in_input_end(), file_name);
       return 1;
     }
     if (i < first - 1) continue;  // lines before the range are read and discarded

@@ -181,6 +181,50 @@ TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
   });
 }
 
+// Long files are read on a second thread in batches of 1024 signals: an error
+// must still come out after exactly the signals before it, whether it falls
+// inside a batch, on either side of a boundary, before a range or at the end.
+TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
+  Session s;
+  s.run({kInit});
+  const std::string check = "Please check your file.\n" + kReadingTrailer;
+  constexpr int kLines = 9000;
+  for (int bad : {1, 1024, 1025, 4096, 4097, 8999, 9000}) {
+    SCOPED_TRACE(bad);
+    std::string text;
+    for (int line = 1; line <= kLines; ++line) {
+      text += line == bad ? "1,x,3\n" : std::to_string(line % 97) + ",2,3\n";
+    }
+    s.write_file("long.csv", text);
+    std::string expected = learning_head("long.csv");
+    for (int line = 1; line < bad; ++line) expected += learn_entry(line, line);
+    s.run_steps({{{kLearn, "--file", "long.csv"},
+                  expected + "Error in reading file long.csv !\n" + check,
+                  1,
+                  StateAfter::unchanged}});
+    // Lines before a range are read all the same.
+    if (bad < 5000) {
+      s.run_steps({{{kLearn, "--file", "long.csv", "--begin", "5000", "--end", "6000"},
+                    learning_head("long.csv") + "Error in reading file long.csv !\n" + check,
+                    1,
+                    StateAfter::unchanged}});
+    }
+  }
+  // One line more than there are signals: the input runs out.
+  std::string text;
+  for (int line = 1; line <= kLines; ++line) text += std::to_string(line % 89) + ",5,6\n";
+  s.write_file("short.csv", text + "\n");
+  std::string expected = learning_head("short.csv");
+  for (int line = 1; line <= kLines; ++line) expected += learn_entry(line, line);
+  s.run_steps({{{kLearn, "--file", "short.csv"},
+                expected +
+                    "Error: incompatibility between required and number of data in file "
+                    "short.csv !\n" +
+                    check,
+                1,
+                StateAfter::unchanged}});
+}
+
 TEST(SignalInput, TheLastLineWithoutANewlineIsNeverRead) {
   Session s;
   s.run({kInit});

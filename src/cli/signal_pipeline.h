@@ -1,0 +1,61 @@
+#pragma once
+// Reads the signals of a file on a second thread while the caller learns or
+// rates the ones before: scanning numbers and running the engine then take
+// one core each. The signals come out in file order, and a reading error
+// comes out where reading them one by one would have met it.
+
+#include <atomic>
+#include <cstdint>
+#include <thread>
+
+#include "cli/byte_reader.h"
+
+namespace vtl {
+
+class SignalPipeline {
+ public:
+  // Reads up to count signals from source. Short runs are read on the
+  // caller's thread, signal by signal, as no second thread pays off there.
+  SignalPipeline(ByteReader& source, std::int32_t count);
+  ~SignalPipeline();  // stops the reading thread, wherever it is
+  SignalPipeline(const SignalPipeline&) = delete;
+  SignalPipeline& operator=(const SignalPipeline&) = delete;
+
+  // The next signal's three values; false when reading it failed, after
+  // which ended_in_input_end() tells whether the input ran out.
+  bool next(float* values);
+  bool ended_in_input_end() const { return error_at_end_; }
+
+  static constexpr std::int32_t kThreadedFrom = 4096;  // signals
+
+ private:
+  static constexpr unsigned kBatch = 1024;  // signals handed over at a time
+  static constexpr unsigned kBatches = 4;
+
+  struct Batch {
+    float values[kBatch][3];
+    unsigned count;  // signals read into the batch
+    bool failed;     // reading failed after them
+    bool at_end;     // ... at the end of the input
+  };
+
+  void read_batches();
+  bool next_from_batches(float* values);
+
+  ByteReader& source_;
+  std::int32_t remaining_;  // signals the reading thread has yet to read
+  bool threaded_;
+  bool error_at_end_ = false;
+
+  Batch batches_[kBatches];
+  // Batches filled by the reader and emptied by the caller, counted from 0;
+  // filled - emptied is at most kBatches.
+  std::atomic<std::uint32_t> filled_{0};
+  std::atomic<std::uint32_t> emptied_{0};
+  std::atomic<bool> stop_{false};
+  std::uint32_t taking_ = 0;  // the batch the caller reads from
+  unsigned position_ = 0;     // the next signal in it
+  std::thread reader_;
+};
+
+}  // namespace vtl
