@@ -24,6 +24,7 @@
 
 #include "distance/cosine_ratio.h"
 #include "distance/element_wise.h"
+#include "distance/measure_detail.h"
 
 namespace vtl {
 
@@ -81,6 +82,14 @@ inline AngleManhattanParts angle_manhattan_parts(const float* x, const float* y,
   float work[3];
   return {detail::cosine_from_norms(x, y, 3, x_norm, y_norm),
           detail::element_wise_distance(DIST_MANHATTAN, x, y, work, 3)};
+}
+
+// The exact angle-Manhattan distance of these parts, as measure_distance
+// gives it: the angle times the Manhattan distance when the angle's selector
+// comes first, else the other way round.
+inline float angle_manhattan_distance(AngleManhattanParts parts, bool angle_first) {
+  const float angle = detail::angle_of_cosine(parts.cosine);
+  return angle_first ? angle * parts.manhattan : parts.manhattan * angle;
 }
 
 // At most the angle-Manhattan distance of these parts; -infinity where the

@@ -20,14 +20,18 @@ struct KnownNorms {
   float y;
 };
 
-inline float angle(const float* x, const float* y, std::uint32_t n, const KnownNorms* norms) {
-  const float cosine =
-      norms != nullptr ? cosine_from_norms(x, y, n, norms->x, norms->y) : cosine_ratio(x, y, n);
-  // Rounding can push the cosine of (anti)parallel vectors just past +-1.
-  // Both tests are ordered, so a NaN cosine goes on to acosf and stays NaN.
+// The angle measure of a cosine. Rounding can push the cosine of
+// (anti)parallel vectors just past +-1. Both tests are ordered, so a NaN
+// cosine goes on to acosf and stays NaN.
+inline float angle_of_cosine(float cosine) {
   if (cosine < -1.0f) return kPi;
   if (cosine > 1.0f) return 0.0f;
   return cr_acosf(cosine);
+}
+
+inline float angle(const float* x, const float* y, std::uint32_t n, const KnownNorms* norms) {
+  return angle_of_cosine(norms != nullptr ? cosine_from_norms(x, y, n, norms->x, norms->y)
+                                          : cosine_ratio(x, y, n));
 }
 
 inline float absolute_correlation_distance(const float* x, const float* y, std::uint32_t n) {

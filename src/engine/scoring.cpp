@@ -13,47 +13,91 @@ namespace vtl {
 
 namespace {
 
-// What the scoring of a slot can be, as far as the bounds of its distance tell.
-enum class Vote { full, below_full, open };
-
-// For the reset selectors and 0 < g < infinity: the vote of slot k is the full
-// 100 when even the largest distance its bounds allow gives 100, and below
-// 100 when even the smallest does not reach it. Both are exact conclusions:
-// radius / d and g x q are monotonic in d and q under rounding.
-Vote bounded_vote(unsigned k, const float* signal, float signal_norm, float g) {
-  const ClusterRecord& cluster = cluster_table[k];
-  // A radius that is 0, negative or NaN votes 0 whatever the distance.
-  if (!(cluster.radius > 0.0f)) return Vote::below_full;
-  const AngleManhattanParts parts =
-      angle_manhattan_parts(cluster.center, signal, center_norm(k), signal_norm);
-  const float chord = chord_of(parts.cosine);
-  // A NaN bound (a NaN part, or 0 x infinity) fails both tests and stays open.
-  const float high = angle_upper_bound_of_chord(chord) * parts.manhattan;
-  if (g * (cluster.radius / high) >= 100.0f) return Vote::full;
-  const float low = angle_lower_bound_of_chord(chord) * parts.manhattan;
-  if (low > 0.0f && g * (cluster.radius / low) < 100.0f) return Vote::below_full;
-  return Vote::open;
+// The vote of a distance: 90 x radius / (factor x distance), clamped to 0..100.
+float vote(float radius, float d, float g) {
+  const float q = radius / d;
+  const float v = g * q;
+  // The floor is taken in double precision: a NaN vote becomes 0.
+  const float floored = static_cast<float>(double_max(static_cast<double>(v), 0.0));
+  return float_min(floored, 100.0f);
 }
 
-// True when the bounds prove that scoring stops at 100 on some slot; the
-// workspace is then left as measuring that slot leaves it (the absolute
-// coordinate differences, from the Manhattan measure).
-bool proved_full_score(const float* signal, float signal_norm, float g) {
+// The plain loop: every slot with a count above 1 measured, in order, until a
+// vote of 100.
+float measured_score(const float* signal, float signal_norm, float g) {
+  float best = 0.0f;
   for (unsigned k = 0; k < kClusterSlots; ++k) {
-    if (cluster_table[k].count <= 1) continue;
-    switch (bounded_vote(k, signal, signal_norm, g)) {
-      case Vote::below_full:
-        continue;
-      case Vote::open:
-        return false;
-      case Vote::full:
-        for (unsigned c = 0; c < kSignalLength; ++c) {
-          distance_workspace[c] = negate_if_negative(cluster_table[k].center[c] - signal[c]);
-        }
-        return true;
-    }
+    const ClusterRecord& cluster = cluster_table[k];
+    if (cluster.count <= 1) continue;  // single signals, spare and emptied slots
+    const float d = combined_distance_known_norms(measure_primary, measure_secondary,
+                                                  cluster.center, signal, center_norm(k),
+                                                  signal_norm, distance_workspace, kSignalLength);
+    const float s = vote(cluster.radius, d, g);
+    if (s >= best) best = s;
+    if (best == 100.0f) return 100.0f;
   }
-  return false;
+  return best;
+}
+
+// What measuring slot k against the signal leaves in the workspace: the
+// absolute coordinate differences, from the Manhattan measure.
+void leave_workspace_of(unsigned k, const float* signal) {
+  for (unsigned c = 0; c < kSignalLength; ++c) {
+    distance_workspace[c] = negate_if_negative(cluster_table[k].center[c] - signal[c]);
+  }
+}
+
+// The plain loop for the reset selectors and 0 < g < infinity, with bounds of
+// the distance in the place of acosf where they settle a vote: a slot whose
+// largest possible distance already gives 100 ends the loop, and one whose
+// smallest possible distance keeps it below 100 is measured only if no later
+// slot gives 100 (votes below 100 are at least +0 and never NaN, so the order
+// in which they are compared does not change the best). Both conclusions are
+// exact: radius / d and g x q are monotonic in d and q under rounding.
+float bounded_score(const float* signal, float signal_norm, float g) {
+  AngleManhattanParts deferred[kClusterSlots];
+  unsigned deferred_slots[kClusterSlots];
+  unsigned deferred_count = 0;
+  unsigned last = kClusterSlots;
+  const bool angle_first = measure_primary == 4;
+  float best = 0.0f;
+  for (unsigned k = 0; k < kClusterSlots; ++k) {
+    const ClusterRecord& cluster = cluster_table[k];
+    if (cluster.count <= 1) continue;
+    last = k;
+    // A radius that is 0, negative or NaN votes 0 whatever the distance: the
+    // distance is never -0 (a Manhattan distance of -0 comes only from two
+    // zero vectors, whose angle is NaN), so radius / d is never +infinity.
+    if (!(cluster.radius > 0.0f)) continue;
+    const AngleManhattanParts parts =
+        angle_manhattan_parts(cluster.center, signal, center_norm(k), signal_norm);
+    const float chord = chord_of(parts.cosine);
+    // A NaN bound (a NaN part, or 0 x infinity) fails both tests.
+    const float high = angle_upper_bound_of_chord(chord) * parts.manhattan;
+    if (g * (cluster.radius / high) >= 100.0f) {
+      leave_workspace_of(k, signal);
+      return 100.0f;
+    }
+    const float low = angle_lower_bound_of_chord(chord) * parts.manhattan;
+    if (low > 0.0f && g * (cluster.radius / low) < 100.0f) {
+      deferred[deferred_count] = parts;
+      deferred_slots[deferred_count++] = k;
+      continue;
+    }
+    const float s = vote(cluster.radius, angle_manhattan_distance(parts, angle_first), g);
+    if (s == 100.0f) {
+      leave_workspace_of(k, signal);
+      return 100.0f;
+    }
+    if (s >= best) best = s;
+  }
+  for (unsigned i = 0; i < deferred_count; ++i) {
+    const float s = vote(cluster_table[deferred_slots[i]].radius,
+                         angle_manhattan_distance(deferred[i], angle_first), g);
+    if (s >= best) best = s;
+  }
+  if (last < kClusterSlots) leave_workspace_of(last, signal);
+  return best;
 }
 
 }  // namespace
@@ -65,25 +109,10 @@ float score_similarity(const float* signal, float factor) {
   // them: with the reset selectors, bounds of the distances usually show that
   // without an acosf.
   if (is_angle_manhattan(measure_primary, measure_secondary) && g > 0.0f &&
-      g < std::numeric_limits<float>::infinity() && proved_full_score(signal, signal_norm, g)) {
-    return 100.0f;
+      g < std::numeric_limits<float>::infinity()) {
+    return bounded_score(signal, signal_norm, g);
   }
-  float best = 0.0f;
-  for (unsigned k = 0; k < kClusterSlots; ++k) {
-    const ClusterRecord& cluster = cluster_table[k];
-    if (cluster.count <= 1) continue;  // single signals, spare and emptied slots
-    const float d = combined_distance_known_norms(measure_primary, measure_secondary,
-                                                  cluster.center, signal, center_norm(k),
-                                                  signal_norm, distance_workspace, kSignalLength);
-    const float q = cluster.radius / d;
-    const float v = g * q;
-    // The floor is taken in double precision: a NaN vote becomes 0.
-    const float floored = static_cast<float>(double_max(static_cast<double>(v), 0.0));
-    const float s = float_min(floored, 100.0f);
-    if (s >= best) best = s;
-    if (best == 100.0f) return 100.0f;
-  }
-  return best;
+  return measured_score(signal, signal_norm, g);
 }
 
 }  // namespace vtl

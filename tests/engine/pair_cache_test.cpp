@@ -260,7 +260,9 @@ TEST(PairCache, AClosestPairAtAWideAngleIsFound) {
     for (unsigned c = 0; c < 3; ++c) cluster_table[k].center[c] = centers[k][c];
   }
   filled_slots = 9;
-  const Step step{{-1.7e-4f, 1e-3f, 0.0f}};
+  Step step{};
+  step.signal[0] = -1.7e-4f;
+  step.signal[1] = 1e-3f;
   EngineSnapshot before;
   capture_engine(before);
   run(step);
