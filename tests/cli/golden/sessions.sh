@@ -74,6 +74,36 @@ for selectors in "0 0" "1 1" "2 2" "3 3" "3 4" "4 4" "2 200"; do
   step "knowledge-detect[$selectors]" vtl_anomalydetection_detect --file mixed.csv
 done
 
+# Rough sessions: a few operating points of either sign, repeated readings,
+# and NaN, infinite, zero and extreme values at three rates, long enough to be
+# read on the reading thread. The learning pass and scoring settle most
+# distances by bounds there; every report and model must stay the same.
+for rate in 0 20 200; do
+  awk -v rate="$rate" 'BEGIN {
+    seed = 4242 + rate
+    split("nan,-nan,inf,-inf,0,-0,1e-40,3.4e38,-3.4e38,1e30", odd, ",")
+    for (t = 0; t < 6000; t++) {
+      seed = (seed * 16807) % 2147483647; p = seed % 5
+      if (t > 0 && seed % 9 == 0) { print line[seed % t]; line[t] = line[seed % t]; continue }
+      text = ""
+      for (c = 0; c < 3; c++) {
+        seed = (seed * 16807) % 2147483647
+        v = sprintf("%.6g", ((p + c) % 5) - 2 + (seed / 2147483647 - 0.5) * 0.1)
+        seed = (seed * 16807) % 2147483647
+        if (rate > 0 && seed % 1000 < rate / 10) v = odd[1 + seed % 10]
+        text = text (c ? "," : "") v
+      }
+      line[t] = text
+      print text
+    }
+  }' > rough.csv
+  step "rough-init[$rate]" vtl_anomalydetection_init
+  step "rough-learn[$rate]" vtl_anomalydetection_learn --file rough.csv
+  step "rough-detect[$rate]" vtl_anomalydetection_detect --file rough.csv
+  step "rough-learn-range[$rate]" vtl_anomalydetection_learn --file rough.csv --begin 4000 --end 5999
+  step "rough-detect-again[$rate]" vtl_anomalydetection_detect --file rough.csv
+done
+
 if [ "$large" = large ]; then
   "$make_signals" 1000000 > large.csv
   step large-init vtl_anomalydetection_init
