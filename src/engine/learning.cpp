@@ -143,15 +143,9 @@ float measure_pair(unsigned p) {
                                        pair_cache.norm[i], pair_cache.norm[j], work, kSignalLength);
 }
 
-bool is_pending(unsigned p) { return !std::isnan(pair_cache.bound[p]); }
-
 void measure_exactly(unsigned p) {
   pair_cache.distance[p] = measure_pair(p);
   pair_cache.bound[p] = kNoBound;
-}
-
-void settle_pair(unsigned p) {
-  if (is_pending(p)) measure_exactly(p);
 }
 
 // Scan position of every pair of slots, either way round (0 on the diagonal,
@@ -188,7 +182,7 @@ void bound_from_slot(unsigned k, float* bounds) {
 }
 
 // Remeasures every pair that involves a changed slot: a lower bound for the
-// reset selectors, else the exact distance. The first pair is always exact,
+// reset selectors in a run, else the exact distance. The first pair is always exact,
 // since the scan starts from it whatever it holds. A pass usually changes two
 // slots (the spare one and the survivor of the last merge), so the pairs are
 // found from the slots rather than by testing all 45; a pair of two changed
@@ -204,7 +198,9 @@ void remeasure_changed_pairs(const bool* changed) {
     pair_cache.norm[slots[c]] = center_norm(slots[c]);
     pair_cache.lane_norms[slots[c]] = pair_cache.norm[slots[c]];
   }
-  const bool bounded = is_angle_manhattan(measure_secondary, measure_primary);
+  // Outside a run every distance is written after the pass, so bounds would
+  // only add to the exact measurements.
+  const bool bounded = distances_deferred && is_angle_manhattan(measure_secondary, measure_primary);
   for (unsigned c = 0; c < count; ++c) {
     const unsigned k = slots[c];
     float bounds[kBoundLanes];
@@ -263,6 +259,23 @@ std::uint64_t pairs_bounded_by(float distance) {
   return found;
 }
 
+// The first position whose distance equals the given one, which some pair's
+// distance does.
+unsigned first_position_of(float distance) {
+#if defined(__SSE2__)
+  const __m128 wanted = _mm_set1_ps(distance);
+  for (unsigned p = 0; p < kPaddedPairs; p += 4) {
+    const int mask = _mm_movemask_ps(_mm_cmpeq_ps(_mm_loadu_ps(pair_cache.distance + p), wanted));
+    if (mask != 0) return p + static_cast<unsigned>(std::countr_zero(static_cast<unsigned>(mask)));
+  }
+  return 0;
+#else
+  unsigned p = 0;
+  while (p < kPairCount - 1 && !(pair_cache.distance[p] == distance)) ++p;
+  return p;
+#endif
+}
+
 // The scan keeps the first pair unless a later one is strictly closer, so
 // among equal distances the earliest wins, a NaN never wins, and a NaN first
 // pair stays the record: when the first pair is not NaN, the result is the
@@ -278,16 +291,32 @@ unsigned closest_position() {
     measure_exactly(p);
     if (pair_cache.distance[p] < smallest) smallest = pair_cache.distance[p];
   }
-  unsigned p = 0;
-  while (p < kPairCount - 1 && !(pair_cache.distance[p] == smallest)) ++p;
-  return p;
+  return first_position_of(smallest);
 }
 
-void write_pair_distances() {
+// Where each pair of the scan is kept in pair_distance.
+struct StoragePositions {
+  std::uint8_t of[kPairCount];
+};
+
+constexpr StoragePositions make_storage_positions() {
+  StoragePositions positions{};
   for (unsigned p = 0; p < kPairCount; ++p) {
-    settle_pair(p);
-    pair_distance[pair_index(kScanFirst[p], kScanSecond[p]) & 0xFFFFu] = pair_cache.distance[p];
+    positions.of[p] =
+        static_cast<std::uint8_t>(pair_index(kScanFirst[p], kScanSecond[p]) & 0xFFFFu);
   }
+  return positions;
+}
+
+constexpr StoragePositions kStoragePositions = make_storage_positions();
+
+void write_pair_distances() {
+  for (std::uint64_t open = pairs_bounded_by(std::numeric_limits<float>::infinity()); open != 0;
+       open &= open - 1) {
+    measure_exactly(static_cast<unsigned>(std::countr_zero(open)));
+  }
+  for (unsigned p = 0; p < kPairCount; ++p)
+    pair_distance[kStoragePositions.of[p]] = pair_cache.distance[p];
 }
 
 void track_smallest_count() {

@@ -44,7 +44,7 @@ void engine_reset();
 std::int32_t engine_reset_keep_measures();
 
 // Position of the unordered slot pair (i, j) in pair_distance; 0 when i == j.
-inline std::uint32_t pair_index(std::uint8_t i, std::uint8_t j) {
+constexpr std::uint32_t pair_index(std::uint8_t i, std::uint8_t j) {
   const std::uint32_t a = i;
   const std::uint32_t b = j;
   if (a > b) return a * (a - 1) / 2 + b;
