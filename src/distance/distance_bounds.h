@@ -101,11 +101,11 @@ inline float angle_manhattan_lower_bound(AngleManhattanParts parts) {
 }
 
 // angle_manhattan_lower_bound of x against four vectors at once: y[c][l] is
-// coordinate c of vector l, y_norm[l] its norm; x's values come first in every
-// product, as they would with x as the first vector (either order gives the
-// same cosine and a bound as good). The lanes compute exactly what the scalar
-// form computes, one IEEE operation for another.
-inline void angle_manhattan_lower_bounds4(const float* x, float x_norm, const float (*y)[4],
+// coordinate c of vector l (y[c] points at four floats), y_norm[l] its norm; x's values come first
+// in every product, as they would with x as the first vector (either order gives the same cosine
+// and a bound as good). The lanes compute exactly what the scalar form computes, one IEEE operation
+// for another.
+inline void angle_manhattan_lower_bounds4(const float* x, float x_norm, const float* const* y,
                                           const float* y_norm, float* bounds) {
 #if defined(__SSE2__)
   const __m128 p0 = _mm_mul_ps(_mm_set1_ps(x[0]), _mm_loadu_ps(y[0]));

@@ -50,12 +50,10 @@ struct PairCache {
   bool valid = false;
   std::uint8_t first_selector = 0;
   std::uint8_t second_selector = 0;
-  float center[kClusterSlots][kSignalLength] = {};
-  float norm[kClusterSlots] = {};  // angle_norm of each center
-  // The same centers and norms by coordinate, for measuring a slot against
-  // four others at once (the last two lanes are padding).
-  float lanes[kSignalLength][kBoundLanes] = {};
-  float lane_norms[kBoundLanes] = {};
+  // The centers by coordinate, so that a slot can be measured against four
+  // others at once, and their angle norms (the last two lanes are padding).
+  float coordinate[kSignalLength][kBoundLanes] = {};
+  float norm[kBoundLanes] = {};
   // In the order the pass scans the pairs: (0, 1), (0, 2), ..., (0, 9), (1, 2),
   // ..., (8, 9).
   // A pair is exact or pending: exact, distance holds its distance and bound
@@ -93,6 +91,11 @@ static_assert(scan_tables_follow_the_scan());
 
 std::uint32_t bits_of(float x) { return std::bit_cast<std::uint32_t>(x); }
 
+// The center of slot k as the cache holds it.
+void cached_center(unsigned k, float* center) {
+  for (unsigned c = 0; c < kSignalLength; ++c) center[c] = pair_cache.coordinate[c][k];
+}
+
 // Marks the slots whose centers differ from those the cache was measured with
 // (all of them when the cache cannot be used), and takes the current centers.
 void find_changed_centers(bool* changed) {
@@ -102,9 +105,8 @@ void find_changed_centers(bool* changed) {
     changed[k] = !usable;
     for (unsigned c = 0; c < kSignalLength; ++c) {
       const float now = cluster_table[k].center[c];
-      changed[k] = changed[k] || bits_of(pair_cache.center[k][c]) != bits_of(now);
-      pair_cache.center[k][c] = now;
-      pair_cache.lanes[c][k] = now;
+      changed[k] = changed[k] || bits_of(pair_cache.coordinate[c][k]) != bits_of(now);
+      pair_cache.coordinate[c][k] = now;
     }
   }
   if (!usable) {
@@ -137,9 +139,12 @@ void leave_last_pair_workspace() {
 float measure_pair(unsigned p) {
   const unsigned i = kScanFirst[p];
   const unsigned j = kScanSecond[p];
+  float x[kSignalLength];
+  float y[kSignalLength];
+  cached_center(i, x);
+  cached_center(j, y);
   float work[kSignalLength];
-  return combined_distance_known_norms(pair_cache.first_selector, pair_cache.second_selector,
-                                       pair_cache.center[i], pair_cache.center[j],
+  return combined_distance_known_norms(pair_cache.first_selector, pair_cache.second_selector, x, y,
                                        pair_cache.norm[i], pair_cache.norm[j], work, kSignalLength);
 }
 
@@ -168,16 +173,14 @@ constexpr PairPositions kPairPositions = make_pair_positions();
 // Lower bounds of the distances from slot k to every slot (its own included,
 // which means nothing), four slots at a time.
 void bound_from_slot(unsigned k, float* bounds) {
+  float center[kSignalLength];
+  cached_center(k, center);
   for (unsigned first = 0; first < kBoundLanes; first += 4) {
-    const float lanes[kSignalLength][4] = {
-        {pair_cache.lanes[0][first], pair_cache.lanes[0][first + 1], pair_cache.lanes[0][first + 2],
-         pair_cache.lanes[0][first + 3]},
-        {pair_cache.lanes[1][first], pair_cache.lanes[1][first + 1], pair_cache.lanes[1][first + 2],
-         pair_cache.lanes[1][first + 3]},
-        {pair_cache.lanes[2][first], pair_cache.lanes[2][first + 1], pair_cache.lanes[2][first + 2],
-         pair_cache.lanes[2][first + 3]}};
-    angle_manhattan_lower_bounds4(pair_cache.center[k], pair_cache.norm[k], lanes,
-                                  pair_cache.lane_norms + first, bounds + first);
+    const float* const others[kSignalLength] = {pair_cache.coordinate[0] + first,
+                                                pair_cache.coordinate[1] + first,
+                                                pair_cache.coordinate[2] + first};
+    angle_manhattan_lower_bounds4(center, pair_cache.norm[k], others, pair_cache.norm + first,
+                                  bounds + first);
   }
 }
 
@@ -196,7 +199,6 @@ void remeasure_changed_pairs(const bool* changed) {
   }
   for (unsigned c = 0; c < count; ++c) {
     pair_cache.norm[slots[c]] = center_norm(slots[c]);
-    pair_cache.lane_norms[slots[c]] = pair_cache.norm[slots[c]];
   }
   // Outside a run every distance is written after the pass, so bounds would
   // only add to the exact measurements.

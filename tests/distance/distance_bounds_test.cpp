@@ -118,7 +118,8 @@ TEST(DistanceBounds, FourLanesGiveTheScalarBounds) {
       norms[l] = angle_norm(y, 3);
     }
     float bounds[4];
-    angle_manhattan_lower_bounds4(x, angle_norm(x, 3), lanes, norms, bounds);
+    const float* const coordinates[3] = {lanes[0], lanes[1], lanes[2]};
+    angle_manhattan_lower_bounds4(x, angle_norm(x, 3), coordinates, norms, bounds);
     for (int l = 0; l < 4; ++l) {
       const float y[3] = {lanes[0][l], lanes[1][l], lanes[2][l]};
       const float scalar =
