@@ -18,7 +18,13 @@ step() {
   local status=0
   "$emulator" "$@" > report.txt || status=$?
   local state=absent
-  [ -f Vantelo.dat ] && state=$(sha256sum < Vantelo.dat | cut -c1-16)
+  if [ -f Vantelo.dat ]; then
+    state=$(sha256sum < Vantelo.dat | cut -c1-16)
+    # A model in which NaNs met NaNs holds NaNs whose sign depends on the
+    # compiler (see README, "Bit for bit on every host"): only its presence
+    # is compared there.
+    [ -n "${nan_state:-}" ] && state=saved
+  fi
   echo "$label report=$(sha256sum < report.txt | cut -c1-16) status=$status state=$state"
 }
 
@@ -97,11 +103,13 @@ for rate in 0 20 200; do
       print text
     }
   }' > rough.csv
+  nan_state=$([ "$rate" = 200 ] && echo yes || true)
   step "rough-init[$rate]" vtl_anomalydetection_init
   step "rough-learn[$rate]" vtl_anomalydetection_learn --file rough.csv
   step "rough-detect[$rate]" vtl_anomalydetection_detect --file rough.csv
   step "rough-learn-range[$rate]" vtl_anomalydetection_learn --file rough.csv --begin 4000 --end 5999
   step "rough-detect-again[$rate]" vtl_anomalydetection_detect --file rough.csv
+  nan_state=
 done
 
 if [ "$large" = large ]; then
