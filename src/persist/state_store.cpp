@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "persist/file_io.h"
@@ -30,7 +31,13 @@ void close_fd(int& fd) {
 
 }  // namespace
 
-StateStore::StateStore(const char* name) { resolved_ = resolve(name); }
+bool sync_requested(const char* value) {
+  return value != nullptr && value[0] != '\0' && std::strcmp(value, "0") != 0;
+}
+
+StateStore::StateStore(const char* name) : durable_(sync_requested(std::getenv("VANTELO_SYNC"))) {
+  resolved_ = resolve(name);
+}
 
 StateStore::~StateStore() {
   abandon();
@@ -165,7 +172,7 @@ bool StateStore::prepare(const std::uint8_t* image, std::size_t size, bool keep_
   }
   ok = ok && write_all(prepared_fd_, image, size) == 0;
   if (ok && keep_tail && file_fd_ >= 0) ok = write_tail(prepared_fd_, size);
-  ok = ok && ::fsync(prepared_fd_) == 0;
+  ok = ok && (!durable_ || ::fsync(prepared_fd_) == 0);
   ok = ok && (prepared_named_ || link_prepared());
   if (!ok) abandon();
   return ok;
@@ -192,6 +199,8 @@ bool StateStore::commit() {
   prepared_named_ = false;
   prepared_linked_ = false;
   close_fd(prepared_fd_);
+  // The rename is done; a directory that cannot be synced leaves it to the kernel.
+  if (durable_ && dir_fd_ >= 0) static_cast<void>(::fsync(dir_fd_));
   return true;
 }
 

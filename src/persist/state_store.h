@@ -8,12 +8,17 @@
 //   Readers share the lock; writers hold it alone. Waiting is silent. No lock
 //   file is made.
 // - Atomic: a save writes the new state into a temporary file in the same
-//   directory, syncs it and renames it over the state file, so the old file is
-//   intact until the rename. The temporary file is anonymous while it is
+//   directory and renames it over the state file, so the old file is intact
+//   until the rename, whatever happens to the process. The temporary file is anonymous while it is
 //   written (O_TMPFILE); it gets the name ".<name>.tmp" only for the moment
 //   before the rename, and a name left by a killed process is removed by the
 //   next save. The new file keeps the old one's permissions and, where
 //   allowed, its owner.
+// - Durable on request: with VANTELO_SYNC set (to anything but "" or "0") the
+//   temporary file is synced before the rename and the directory after it, so
+//   that the new state also survives a power cut. Without it the kernel writes
+//   the file back in its own time: a sync costs more than the rest of a
+//   single-signal invocation, which scripts run once per signal.
 // - Only regular files: a state file that is a FIFO, a directory, a device or
 //   a socket is refused without ever blocking on it.
 // - Symbolic links are followed: the linked file is replaced atomically in its
@@ -28,6 +33,10 @@
 #include <cstdint>
 
 namespace vtl {
+
+// Whether the value of VANTELO_SYNC asks for durable saves: set, and neither
+// empty nor "0".
+bool sync_requested(const char* value);
 
 class StateStore {
  public:
@@ -52,12 +61,14 @@ class StateStore {
   std::size_t read_start(std::uint8_t* image, std::size_t capacity);
 
   // Writes `size` bytes, and when keep_tail is set every byte of the opened
-  // file after the first `size`, into a synced temporary file. False (nothing
+  // file after the first `size`, into a temporary file (synced when durable
+  // saves are asked for). False (nothing
   // left behind) when the state file cannot be replaced: not a regular file,
   // not writable, or a full disk.
   bool prepare(const std::uint8_t* image, std::size_t size, bool keep_tail);
-  // Renames the prepared file over the state file. False if that failed (the
-  // old file is then untouched and the temporary file removed).
+  // Renames the prepared file over the state file (and syncs the directory
+  // when durable saves are asked for). False if the rename failed (the old
+  // file is then untouched and the temporary file removed).
   bool commit();
   // Drops a prepared file that will not be committed.
   void abandon();
@@ -77,6 +88,7 @@ class StateStore {
   int prepared_fd_ = -1;  // the new content
   bool prepared_named_ = false;
   bool prepared_linked_ = false;
+  bool durable_ = false;
 };
 
 }  // namespace vtl

@@ -512,5 +512,39 @@ TEST(Faults, LearnKeepsBytesAfterTheStateAndInitDropsThem) {
   EXPECT_EQ(dir.read("Vantelo.dat").size(), 216u);
 }
 
+// Durable saves (VANTELO_SYNC) only add syncs: the same reports, the same
+// state, the same files, for each saving command and with a kept tail.
+TEST(Faults, DurableSavesGiveWhatOrdinarySavesGive) {
+  const std::vector<std::vector<std::string>> commands = {
+      {kInit},
+      {kLearn, "--file", "normal.csv"},
+      {kLearn, "--array", "1", "2", "3"},
+      {kSensitivity, "2.5"},
+      {kDetect, "--file", "mixed.csv"},
+      {kKnowledge, "--knowledge_path", "knowledge.bin"},
+  };
+  Dir ordinary;
+  Dir durable;
+  prepare_trained(ordinary);
+  prepare_trained(durable);
+  const std::string tail(100, 'T');
+  ordinary.write("Vantelo.dat", ordinary.read("Vantelo.dat") + tail);
+  durable.write("Vantelo.dat", durable.read("Vantelo.dat") + tail);
+  for (const char* value : {"1", "yes"}) {
+    for (const auto& command : commands) {
+      SCOPED_TRACE(command[0]);
+      const Result expected = ordinary.run(command);
+      ::setenv("VANTELO_SYNC", value, 1);
+      const Result got = durable.run(command);
+      ::unsetenv("VANTELO_SYNC");
+      EXPECT_EQ(got.status, expected.status);
+      EXPECT_EQ(got.out, expected.out);
+      EXPECT_EQ(got.err, "");
+      EXPECT_EQ(durable.read("Vantelo.dat"), ordinary.read("Vantelo.dat"));
+      EXPECT_TRUE(only_expected_files(durable, kWorkFiles));
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vtl::test

@@ -2,6 +2,7 @@
 // documented offsets, and the rules for short and long files.
 
 #include "persist/state_file.h"
+#include "persist/state_store.h"
 
 #include <gtest/gtest.h>
 
@@ -161,6 +162,15 @@ TEST(StateFile, AFieldCutOffByTheEndKeepsItsValue) {
   decode_state(image.data(), 215, totals);  // one of smallest_count's two
   EXPECT_EQ(0xE3, smallest_count_slot);
   EXPECT_EQ(65535, smallest_count);
+}
+
+TEST(StateStore, DurableSavesAreAskedForByAnyValueButEmptyOrZero) {
+  EXPECT_FALSE(sync_requested(nullptr));
+  EXPECT_FALSE(sync_requested(""));
+  EXPECT_FALSE(sync_requested("0"));
+  EXPECT_TRUE(sync_requested("1"));
+  EXPECT_TRUE(sync_requested("00"));
+  EXPECT_TRUE(sync_requested("no"));  // any other text, as with most such switches
 }
 
 }  // namespace
