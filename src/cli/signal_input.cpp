@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cli/background_learner.h"
 #include "cli/float_scanner.h"
 #include "cli/front_state.h"
 #include "cli/input_file.h"
@@ -90,8 +91,8 @@ void print_reading_error(bool at_input_end, const char* file_name) {
   print_reading_error_trailer();
 }
 
-void learn_signal(std::int32_t last) {
-  vtl_anomalydetection_learn(input_buffer);
+void learn_signal(BackgroundLearner& learner, std::int32_t last) {
+  learner.learn(input_buffer);
   ++current_line;
   increment_counter(learned_total);
   print_learn_entry(learned_total, &current_line, current_line == last);
@@ -169,10 +170,13 @@ int read_signal_file(Command command, int argc, char** argv) {
   print_results_open();
   // Numbers are read three at a time, each as fscanf("%f") reads it and
   // followed by one consumed character, whatever it is.
+  // Learning runs the engine on a second thread and reads and prints on this
+  // one; detection reads on a second thread and rates and prints on this one.
   ByteReader source(file.fd());
-  SignalPipeline signals(source, last > 0 ? last : 0);
+  SignalPipeline signals(source, last > 0 ? last : 0, !learning);
   // The pair distances of the learning passes are written once, at the end.
   DeferredPairDistances deferred;
+  BackgroundLearner learner(learning ? last - (first - 1) : 0);
   bool closed = false;
   for (std::int32_t i = 0; i < last; ++i) {
     if (!signals.next(input_buffer)) {
@@ -181,7 +185,7 @@ int read_signal_file(Command command, int argc, char** argv) {
     }
     if (i < first - 1) continue;  // lines before the range are read and discarded
     if (learning) {
-      learn_signal(last);
+      learn_signal(learner, last);
     } else {
       detect_signal(last);
     }
@@ -194,6 +198,7 @@ int read_signal_file(Command command, int argc, char** argv) {
   // A range without any signal (a file without a newline) still closes its
   // results, so that the report stays well-formed.
   if (!closed) print_results_close();
+  learner.finish();
   print_report_tail(!learning, true);
   return 0;
 }

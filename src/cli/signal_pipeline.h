@@ -4,19 +4,20 @@
 // one core each. The signals come out in file order, and a reading error
 // comes out where reading them one by one would have met it.
 
-#include <atomic>
 #include <cstdint>
 #include <thread>
 
+#include "cli/batch_ring.h"
 #include "cli/byte_reader.h"
 
 namespace vtl {
 
 class SignalPipeline {
  public:
-  // Reads up to count signals from source. Short runs are read on the
-  // caller's thread, signal by signal, as no second thread pays off there.
-  SignalPipeline(ByteReader& source, std::int32_t count);
+  // Reads up to count signals from source, ahead on a second thread when
+  // read_ahead is set. Short runs are read on the caller's thread, signal by
+  // signal, as no second thread pays off there.
+  SignalPipeline(ByteReader& source, std::int32_t count, bool read_ahead);
   ~SignalPipeline();  // stops the reading thread, wherever it is
   SignalPipeline(const SignalPipeline&) = delete;
   SignalPipeline& operator=(const SignalPipeline&) = delete;
@@ -47,14 +48,9 @@ class SignalPipeline {
   bool threaded_;
   bool error_at_end_ = false;
 
-  Batch batches_[kBatches];
-  // Batches filled by the reader and emptied by the caller, counted from 0;
-  // filled - emptied is at most kBatches.
-  std::atomic<std::uint32_t> filled_{0};
-  std::atomic<std::uint32_t> emptied_{0};
-  std::atomic<bool> stop_{false};
-  std::uint32_t taking_ = 0;  // the batch the caller reads from
-  unsigned position_ = 0;     // the next signal in it
+  BatchRing<Batch, kBatches> batches_;
+  const Batch* taken_ = nullptr;  // the batch the caller reads from
+  unsigned position_ = 0;         // the next signal in it
   std::thread reader_;
 };
 

@@ -37,6 +37,7 @@ struct Launch {
   bool close_stdin = false;
   bool close_stderr = false;
   long file_size_limit = -1;  // RLIMIT_FSIZE in bytes, SIGXFSZ ignored
+  long address_space_limit = -1;  // RLIMIT_AS in bytes
   int stdin_fd = -1;          // a descriptor to use as standard input
 };
 
@@ -114,6 +115,11 @@ class Dir {
         const rlimit limit{static_cast<rlim_t>(launch.file_size_limit),
                            static_cast<rlim_t>(launch.file_size_limit)};
         ::setrlimit(RLIMIT_FSIZE, &limit);
+      }
+      if (launch.address_space_limit >= 0) {
+        const rlimit limit{static_cast<rlim_t>(launch.address_space_limit),
+                           static_cast<rlim_t>(launch.address_space_limit)};
+        ::setrlimit(RLIMIT_AS, &limit);
       }
       for (int fd = 3; fd < 256; ++fd) ::close(fd);
       std::vector<char*> argv{const_cast<char*>(VTL_EMULATOR_PATH)};
@@ -543,6 +549,32 @@ TEST(Faults, DurableSavesGiveWhatOrdinarySavesGive) {
       EXPECT_EQ(durable.read("Vantelo.dat"), ordinary.read("Vantelo.dat"));
       EXPECT_TRUE(only_expected_files(durable, kWorkFiles));
     }
+  }
+}
+
+// Long files are learned and read on a second thread. Where no thread can be
+// had (here: no address space for its stack), everything runs on the one
+// thread, with the same reports and state.
+TEST(Faults, WithoutASecondThreadLongFilesGiveTheSameResults) {
+#ifdef VTL_EMULATOR_SANITIZED
+  GTEST_SKIP() << "a sanitized emulator needs more address space than the limit leaves";
+#endif
+  Dir roomy;
+  Dir tight;
+  prepare_trained(roomy);
+  prepare_trained(tight);
+  for (const auto& command : std::vector<std::vector<std::string>>{
+           {kLearn, "--file", "big.csv"}, {kDetect, "--file", "big.csv"}}) {
+    SCOPED_TRACE(command[0]);
+    const Result expected = roomy.run(command);
+    Launch launch{command};
+    launch.address_space_limit = 6L << 20;  // less than one thread stack
+    const Result got = tight.run(launch);
+    ASSERT_EQ(expected.status, 0);
+    EXPECT_EQ(got.status, 0);
+    EXPECT_EQ(got.out, expected.out);
+    EXPECT_EQ(got.err, "");
+    EXPECT_EQ(tight.read("Vantelo.dat"), roomy.read("Vantelo.dat"));
   }
 }
 

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "cli/expected_text.h"
 #include "cli/session.h"
 
@@ -181,48 +185,86 @@ TEST(SignalInput, ReadingErrorsLeaveTheReportOpenAndTheStateUnchanged) {
   });
 }
 
-// Long files are read on a second thread in batches of 1024 signals: an error
-// must still come out after exactly the signals before it, whether it falls
-// inside a batch, on either side of a boundary, before a range or at the end.
+// The entry lines of a report, each with its newline.
+std::vector<std::string> entry_lines(const std::string& report) {
+  std::vector<std::string> entries;
+  for (std::size_t at = 0; at < report.size();) {
+    const std::size_t end = report.find('\n', at) + 1;
+    const std::string line = report.substr(at, end - at);
+    if (line.rfind("\t\t{\"signal\"", 0) == 0) entries.push_back(line);
+    at = end;
+  }
+  return entries;
+}
+
+// Long files are learned on a second thread and read for detection on a
+// second thread, in batches of 1024 signals: an error must still come out
+// after exactly the signals before it, whether it falls inside a batch, on
+// either side of a boundary, before a range or at the end, and the state must
+// stay as it was.
 TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
   Session s;
-  s.run({kInit});
+  learn_twelve(s);
   const std::string check = "Please check your file.\n" + kReadingTrailer;
   constexpr int kLines = 9000;
+  std::string good;
+  // Readings near the learned ones and farther out, nominal and anomalous.
+  const auto reading = [](int line) {
+    return std::to_string(0.25 + (line % 97) * 0.002) + ",0.20,9.81\n";
+  };
+  for (int line = 1; line <= kLines; ++line) good += reading(line);
+  s.write_file("good.csv", good);
+  const std::string before = *s.state();
+  // Detection does not change the model, so each signal rates the same in
+  // any file; the state goes back after this run.
+  const std::vector<std::string> rated = entry_lines(s.run({kDetect, "--file", "good.csv"}).out);
+  ASSERT_EQ(rated.size(), static_cast<std::size_t>(kLines));
+  const auto rated_as = [&](const std::string& status) {
+    return std::count_if(rated.begin(), rated.end(), [&](const std::string& entry) {
+      return entry.find(status) != std::string::npos;
+    });
+  };
+  ASSERT_GT(rated_as("nominal"), 0);
+  ASSERT_GT(rated_as("anomaly"), 0);
+  s.write_state(before);
   for (int bad : {1, 1024, 1025, 4096, 4097, 8999, 9000}) {
     SCOPED_TRACE(bad);
     std::string text;
     for (int line = 1; line <= kLines; ++line) {
-      text += line == bad ? "1,x,3\n" : std::to_string(line % 97) + ",2,3\n";
+      text += line == bad ? "1,x,3\n" : reading(line);
     }
     s.write_file("long.csv", text);
-    std::string expected = learning_head("long.csv");
-    for (int line = 1; line < bad; ++line) expected += learn_entry(line, line);
-    s.run_steps({{{kLearn, "--file", "long.csv"},
-                  expected + "Error in reading file long.csv !\n" + check,
-                  1,
-                  StateAfter::unchanged}});
+    std::string learned = learning_head("long.csv");
+    for (int line = 1; line < bad; ++line) learned += learn_entry(line + 12, line);
+    std::string detected = report_head("detection", "1.00", "long.csv") + kResultsOpen;
+    for (int line = 1; line < bad; ++line) detected += rated[line - 1];
+    const std::string error = "Error in reading file long.csv !\n" + check;
+    s.run_steps({{{kLearn, "--file", "long.csv"}, learned + error, 1, StateAfter::unchanged},
+                 {{kDetect, "--file", "long.csv"}, detected + error, 1, StateAfter::unchanged}});
     // Lines before a range are read all the same.
     if (bad < 5000) {
-      s.run_steps({{{kLearn, "--file", "long.csv", "--begin", "5000", "--end", "6000"},
-                    learning_head("long.csv") + "Error in reading file long.csv !\n" + check,
-                    1,
-                    StateAfter::unchanged}});
+      for (const std::string& command : {kLearn, kDetect}) {
+        const std::string head = command == kLearn
+                                     ? learning_head("long.csv")
+                                     : report_head("detection", "1.00", "long.csv") + kResultsOpen;
+        s.run_steps({{{command, "--file", "long.csv", "--begin", "5000", "--end", "6000"},
+                      head + error,
+                      1,
+                      StateAfter::unchanged}});
+      }
     }
   }
   // One line more than there are signals: the input runs out.
-  std::string text;
-  for (int line = 1; line <= kLines; ++line) text += std::to_string(line % 89) + ",5,6\n";
-  s.write_file("short.csv", text + "\n");
-  std::string expected = learning_head("short.csv");
-  for (int line = 1; line <= kLines; ++line) expected += learn_entry(line, line);
-  s.run_steps({{{kLearn, "--file", "short.csv"},
-                expected +
-                    "Error: incompatibility between required and number of data in file "
-                    "short.csv !\n" +
-                    check,
-                1,
-                StateAfter::unchanged}});
+  s.write_file("short.csv", good + "\n");
+  std::string learned = learning_head("short.csv");
+  for (int line = 1; line <= kLines; ++line) learned += learn_entry(line + 12, line);
+  std::string detected = report_head("detection", "1.00", "short.csv") + kResultsOpen;
+  for (const std::string& entry : rated) detected += entry;
+  detected.insert(detected.size() - 1, ",");  // the last signal read is not the last asked for
+  const std::string ran_out =
+      "Error: incompatibility between required and number of data in file short.csv !\n" + check;
+  s.run_steps({{{kLearn, "--file", "short.csv"}, learned + ran_out, 1, StateAfter::unchanged},
+               {{kDetect, "--file", "short.csv"}, detected + ran_out, 1, StateAfter::unchanged}});
 }
 
 TEST(SignalInput, TheLastLineWithoutANewlineIsNeverRead) {

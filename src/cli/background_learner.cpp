@@ -1,0 +1,64 @@
+#include "cli/background_learner.h"
+
+#include <system_error>
+
+#include "engine/interface.h"
+
+namespace vtl {
+
+BackgroundLearner::BackgroundLearner(std::int32_t count) : threaded_(count >= kThreadedFrom) {
+  if (!threaded_) return;
+  try {
+    engine_ = std::thread([this] { learn_batches(); });
+  } catch (const std::system_error&) {
+    threaded_ = false;  // no thread to be had: learn on the caller's
+  }
+}
+
+BackgroundLearner::~BackgroundLearner() { finish(); }
+
+void BackgroundLearner::learn_batches() {
+  for (;;) {
+    const Batch& batch = batches_.take();
+    for (unsigned k = 0; k < batch.count; ++k) vtl_anomalydetection_learn(batch.values[k]);
+    const bool last = batch.last;
+    batches_.give_back();
+    if (last) return;
+  }
+}
+
+// The learner never stops before the last batch, so a slot always comes free.
+void BackgroundLearner::hand_over(bool last) {
+  filling_->last = last;
+  batches_.publish();
+  filling_ = nullptr;
+}
+
+void BackgroundLearner::learn(const float* values) {
+  if (!threaded_) {
+    vtl_anomalydetection_learn(values);
+    return;
+  }
+  if (filling_ == nullptr) {
+    filling_ = batches_.begin_fill();
+    filling_->count = 0;
+  }
+  float* const slot = filling_->values[filling_->count++];
+  slot[0] = values[0];
+  slot[1] = values[1];
+  slot[2] = values[2];
+  if (filling_->count == kBatch) hand_over(false);
+}
+
+void BackgroundLearner::finish() {
+  if (!threaded_) return;
+  if (filling_ == nullptr) {
+    filling_ = batches_.begin_fill();
+    filling_->count = 0;
+  }
+  hand_over(true);
+  engine_.join();
+  threaded_ = false;
+}
+
+}  // namespace vtl

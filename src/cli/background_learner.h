@@ -1,0 +1,52 @@
+#pragma once
+// Learns a file's signals on a second thread while the caller reads and
+// reports the ones after them. What a learning report says about a signal does
+// not depend on what the engine makes of it, so only the saved model has to
+// wait for the engine: the engine then takes one core, and reading and
+// printing the other. Signals are learned in the order they are handed over,
+// exactly as calling vtl_anomalydetection_learn on each would.
+
+#include <cstdint>
+#include <thread>
+
+#include "cli/batch_ring.h"
+
+namespace vtl {
+
+class BackgroundLearner {
+ public:
+  // Short runs are learned on the caller's thread, at once, as no second
+  // thread pays off there.
+  explicit BackgroundLearner(std::int32_t count);
+  ~BackgroundLearner();  // finish()
+  BackgroundLearner(const BackgroundLearner&) = delete;
+  BackgroundLearner& operator=(const BackgroundLearner&) = delete;
+
+  // Hands over one signal (three values, copied).
+  void learn(const float* values);
+  // Returns once every signal handed over is learned; from then on the engine
+  // is the caller's again. Signals handed over after it are learned at once.
+  void finish();
+
+  static constexpr std::int32_t kThreadedFrom = 4096;  // signals
+
+ private:
+  static constexpr unsigned kBatch = 1024;  // signals handed over at a time
+  static constexpr unsigned kBatches = 4;
+
+  struct Batch {
+    float values[kBatch][3];
+    unsigned count;  // signals in the batch
+    bool last;       // the learner stops after it
+  };
+
+  void learn_batches();
+  void hand_over(bool last);
+
+  bool threaded_;
+  BatchRing<Batch, kBatches> batches_;
+  Batch* filling_ = nullptr;  // the batch the caller fills
+  std::thread engine_;
+};
+
+}  // namespace vtl
