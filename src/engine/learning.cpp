@@ -348,6 +348,59 @@ SlotPair scan_pairs() {
   return {kScanFirst[closest], kScanSecond[closest]};
 }
 
+// The radius of a merge: the survivor's candidate if strictly larger, else
+// the absorbed cluster's (equal values and NaN give the latter).
+float larger_radius(float radius_a, float radius_b) {
+  return radius_a > radius_b ? radius_a : radius_b;
+}
+
+// Where the angle-Manhattan distance of these parts lies, acosf and all:
+// -infinity and +infinity stand for the bounds that are undefined (a NaN part,
+// 0 x infinity) or not kept (angles beyond 60 degrees).
+struct DistanceRange {
+  float low;
+  float high;
+};
+
+DistanceRange range_of(AngleManhattanParts parts) {
+  const float chord = chord_of(parts.cosine);
+  const float low = angle_lower_bound_of_chord(chord) * parts.manhattan;
+  const float high = angle_upper_bound_of_chord(chord) * parts.manhattan;
+  return {std::isnan(low) ? -kInfinity : low, std::isnan(high) ? kInfinity : high};
+}
+
+// The merge's radius with the reset selectors, from the new center of a, its
+// old one (merge_saved_center) and b's: (1 / n) x distance + radius is
+// monotonic in the distance under rounding, so when the bounds of the two
+// candidates do not overlap only the larger one is measured exactly. A range
+// that holds a NaN or an undefined bound never decides (a NaN bound fails
+// every test, an infinite one passes none), so NaN candidates are measured.
+// Leaves in distance_workspace what measuring b against the new center does.
+float merged_radius_angle_manhattan(const ClusterRecord& a, const ClusterRecord& b, float na,
+                                    float nb) {
+  const bool angle_first = measure_primary == 4;
+  const float center_norm = angle_norm(a.center, kSignalLength);
+  const AngleManhattanParts moved = angle_manhattan_parts(
+      a.center, merge_saved_center, center_norm, angle_norm(merge_saved_center, kSignalLength));
+  const AngleManhattanParts spread =
+      angle_manhattan_parts(a.center, b.center, center_norm, angle_norm(b.center, kSignalLength));
+  for (unsigned c = 0; c < kSignalLength; ++c) {
+    distance_workspace[c] = negate_if_negative(a.center[c] - b.center[c]);
+  }
+  const float scale_a = 1.0f / na;
+  const float scale_b = 1.0f / nb;
+  const DistanceRange range_a = range_of(moved);
+  const DistanceRange range_b = range_of(spread);
+  if (scale_a * range_a.low + a.radius > scale_b * range_b.high + b.radius) {
+    return scale_a * angle_manhattan_distance(moved, angle_first) + a.radius;
+  }
+  if (scale_a * range_a.high + a.radius <= scale_b * range_b.low + b.radius) {
+    return scale_b * angle_manhattan_distance(spread, angle_first) + b.radius;
+  }
+  return larger_radius(scale_a * angle_manhattan_distance(moved, angle_first) + a.radius,
+                       scale_b * angle_manhattan_distance(spread, angle_first) + b.radius);
+}
+
 }  // namespace
 
 void empty_slot(ClusterRecord* slot) {
@@ -423,13 +476,15 @@ std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b) {
     }
   }
 
-  const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
-                                       merge_saved_center, distance_workspace, kSignalLength);
-  const float spread = measure_distance(1, measure_primary, measure_secondary, a->center, b->center,
-                                        distance_workspace, kSignalLength);
-  const float radius_a = (1.0f / na) * moved + a->radius;
-  const float radius_b = (1.0f / nb) * spread + b->radius;
-  a->radius = radius_a > radius_b ? radius_a : radius_b;  // equal or NaN: b's
+  if (is_angle_manhattan(measure_primary, measure_secondary)) {
+    a->radius = merged_radius_angle_manhattan(*a, *b, na, nb);
+  } else {
+    const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
+                                         merge_saved_center, distance_workspace, kSignalLength);
+    const float spread = measure_distance(1, measure_primary, measure_secondary, a->center,
+                                          b->center, distance_workspace, kSignalLength);
+    a->radius = larger_radius((1.0f / na) * moved + a->radius, (1.0f / nb) * spread + b->radius);
+  }
   a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
   empty_slot(b);
   return 1;

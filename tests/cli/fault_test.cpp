@@ -36,9 +36,9 @@ struct Launch {
   Stdout out = Stdout::pipe;
   bool close_stdin = false;
   bool close_stderr = false;
-  long file_size_limit = -1;  // RLIMIT_FSIZE in bytes, SIGXFSZ ignored
+  long file_size_limit = -1;      // RLIMIT_FSIZE in bytes, SIGXFSZ ignored
   long address_space_limit = -1;  // RLIMIT_AS in bytes
-  int stdin_fd = -1;          // a descriptor to use as standard input
+  int stdin_fd = -1;              // a descriptor to use as standard input
 };
 
 struct Result {

@@ -1,12 +1,14 @@
 // The learning pass measures again only the pairs whose centers changed, skips
 // the exact measurement of pairs whose lower bound rules them out, and in a
-// run writes pair_distance only at the end. Long random sequences run through
-// that pass, through one that measures all 45 pairs every time and through a
-// plain pass written here from the algorithm must leave every global of the
-// engine identical, bit for bit.
+// run writes pair_distance only at the end; a merge measures exactly only the
+// radius candidate that its bounds cannot rule out. Long random sequences run
+// through that pass, through one that measures all 45 pairs every time and
+// through a plain pass and merge written here from the algorithm must leave
+// every global of the engine identical, bit for bit.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -167,9 +169,32 @@ TEST(PairCache, CachedPassesEqualFullPassesOverLongRandomSequences) {
   }
 }
 
+// merge_clusters as the algorithm states it: both radius candidates measured
+// with measure_distance.
+void plain_merge(ClusterRecord* a, ClusterRecord* b) {
+  for (unsigned c = 0; c < 3; ++c) merge_saved_center[c] = a->center[c];
+  const float na = static_cast<float>(a->count);
+  const float nb = static_cast<float>(b->count);
+  const int sum = a->count + b->count;
+  const float total = static_cast<float>(sum);
+  for (unsigned c = 0; c < 3; ++c) {
+    a->center[c] = na >= nb ? a->center[c] + (nb / total) * (b->center[c] - a->center[c])
+                            : b->center[c] + (na / total) * (a->center[c] - b->center[c]);
+  }
+  const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
+                                       merge_saved_center, distance_workspace, 3);
+  const float spread = measure_distance(1, measure_primary, measure_secondary, a->center, b->center,
+                                        distance_workspace, 3);
+  const float radius_a = (1.0f / na) * moved + a->radius;
+  const float radius_b = (1.0f / nb) * spread + b->radius;
+  a->radius = radius_a > radius_b ? radius_a : radius_b;
+  a->count = static_cast<std::uint16_t>(std::min(sum, 65535));
+  empty_slot(b);
+}
+
 // The learning update as the algorithm states it: all 45 pairs measured with
 // measure_distance in scan order, the first pair kept unless a later one is
-// strictly closer, and merge_clusters on the table's records.
+// strictly closer, and the plain merge on the table's records.
 void plain_learning_update(const float* signal) {
   if (filled_slots < 9) {
     for (unsigned c = 0; c < 3; ++c) cluster_table[filled_slots].center[c] = signal[c];
@@ -206,7 +231,7 @@ void plain_learning_update(const float* signal) {
     return;
   }
   if (smallest_count_slot == a || smallest_count_slot == b) smallest_count = 65535;
-  merge_clusters(&cluster_table[a], &cluster_table[b]);
+  plain_merge(&cluster_table[a], &cluster_table[b]);
   spare_slot = b;
 }
 
@@ -248,6 +273,69 @@ TEST(PairCache, EveryStepEqualsThePlainAlgorithm) {
       // two runs part.
       restore_engine(engine);
     }
+  }
+}
+
+// Random merges, a third of them near a tie between the two radius
+// candidates (down to equal values), with radii and centers that are 0,
+// infinite or NaN now and then, and every selector pair.
+TEST(PairCache, MergesEqualThePlainMerge) {
+  std::mt19937 random(2026);
+  std::normal_distribution<float> spread(0.0f, 0.3f);
+  std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+  for (int trial = 0; trial < 200000; ++trial) {
+    restore_engine(EngineSnapshot{});
+    vtl_anomalydetection_init();
+    if (trial % 8 == 7) {
+      measure_primary = static_cast<std::uint8_t>(random() % 6);
+      measure_secondary = static_cast<std::uint8_t>(random() % 6);
+    } else if (trial % 2 == 1) {
+      std::swap(measure_primary, measure_secondary);  // the angle second
+    }
+    ClusterRecord& a = cluster_table[2];
+    ClusterRecord& b = cluster_table[7];
+    const std::uint16_t counts[] = {1, 2, 3, 7, 50, 51, 400, 65535};
+    a.count = counts[random() % 8];
+    b.count = random() % 2 == 0 ? 1 : counts[random() % 8];
+    const float base[3] = {1.0f + spread(random), spread(random), 9.8f + spread(random)};
+    for (unsigned c = 0; c < 3; ++c) {
+      a.center[c] = base[c] + spread(random) * (random() % 3 == 0 ? 1e-4f : 1.0f);
+      b.center[c] = base[c] + spread(random) * (random() % 3 == 0 ? 1e-4f : 1.0f);
+    }
+    if (random() % 10 == 0) std::memcpy(b.center, a.center, sizeof a.center);
+    if (random() % 20 == 0) (random() % 2 == 0 ? a : b).center[random() % 3] = odd_value(random);
+    a.radius = unit(random) * 0.5f;
+    b.radius = random() % 2 == 0 ? 0.0f : unit(random) * 0.5f;
+    if (random() % 20 == 0) (random() % 2 == 0 ? a : b).radius = odd_value(random);
+    if (trial % 3 == 0) {
+      // Move a's radius so that its candidate lands on b's or next to it.
+      EngineSnapshot before;
+      capture_engine(before);
+      plain_merge(&a, &b);
+      EngineSnapshot merged;
+      capture_engine(merged);
+      restore_engine(before);
+      const float* center = merged.cluster_table[2].center;
+      const float moved = measure_distance(1, measure_primary, measure_secondary, center, a.center,
+                                           distance_workspace, 3);
+      const float spread = measure_distance(1, measure_primary, measure_secondary, center, b.center,
+                                            distance_workspace, 3);
+      const float candidate_b = (1.0f / b.count) * spread + b.radius;
+      const float gap = candidate_b - (1.0f / a.count) * moved;
+      a.radius = std::nextafter(gap, random() % 2 == 0 ? 0.0f : 1.0f);
+      if (random() % 2 == 0) a.radius = gap;
+    }
+    EngineSnapshot before;
+    capture_engine(before);
+    merge_clusters(&a, &b);
+    EngineSnapshot engine;
+    capture_engine(engine);
+    restore_engine(before);
+    plain_merge(&a, &b);
+    EngineSnapshot plain;
+    capture_engine(plain);
+    expect_same(engine, plain, trial, true, Agreement::numbers);
+    if (HasFatalFailure()) return;
   }
 }
 
