@@ -304,6 +304,11 @@ TEST(PairCache, MergesEqualThePlainMerge) {
     }
     if (random() % 10 == 0) std::memcpy(b.center, a.center, sizeof a.center);
     if (random() % 20 == 0) (random() % 2 == 0 ? a : b).center[random() % 3] = odd_value(random);
+    if (random() % 50 == 0) {  // NaNs of either sign meet
+      const unsigned c = random() % 3;
+      a.center[c] = std::numeric_limits<float>::quiet_NaN();
+      b.center[c] = -std::numeric_limits<float>::quiet_NaN();
+    }
     a.radius = unit(random) * 0.5f;
     b.radius = random() % 2 == 0 ? 0.0f : unit(random) * 0.5f;
     if (random() % 20 == 0) (random() % 2 == 0 ? a : b).radius = odd_value(random);
@@ -335,6 +340,10 @@ TEST(PairCache, MergesEqualThePlainMerge) {
     EngineSnapshot plain;
     capture_engine(plain);
     expect_same(engine, plain, trial, true, Agreement::numbers);
+    // Differences are not commutative, so the workspace is pinned even where
+    // two NaNs meet.
+    expect_same_floats(engine.distance_workspace, plain.distance_workspace, 3, "distance_workspace",
+                       trial);
     if (HasFatalFailure()) return;
   }
 }
