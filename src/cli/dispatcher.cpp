@@ -43,7 +43,7 @@ class StateFile {
     set_report_totals(totals);
   }
 
-  // Writes the new state aside, synced; the error line when that failed.
+  // Writes the new state aside (synced when VANTELO_SYNC asks); the error line when that failed.
   // keep_tail keeps the bytes after the state, as a save in place would.
   bool prepare(bool keep_tail) {
     std::uint8_t image[kStateFileSize];
