@@ -6,7 +6,7 @@
 
 namespace vtl {
 
-BackgroundLearner::BackgroundLearner(std::int32_t count) : threaded_(count >= kThreadedFrom) {
+BackgroundLearner::BackgroundLearner(std::int32_t count) : threaded_(count >= kTwoThreadsFrom) {
   if (!threaded_) return;
   try {
     engine_ = std::thread([this] { learn_batches(); });
@@ -47,7 +47,7 @@ void BackgroundLearner::learn(const float* values) {
   slot[0] = values[0];
   slot[1] = values[1];
   slot[2] = values[2];
-  if (filling_->count == kBatch) hand_over(false);
+  if (filling_->count == kSignalsPerBatch) hand_over(false);
 }
 
 void BackgroundLearner::finish() {

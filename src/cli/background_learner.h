@@ -28,14 +28,9 @@ class BackgroundLearner {
   // is the caller's again. Signals handed over after it are learned at once.
   void finish();
 
-  static constexpr std::int32_t kThreadedFrom = 4096;  // signals
-
  private:
-  static constexpr unsigned kBatch = 1024;  // signals handed over at a time
-  static constexpr unsigned kBatches = 4;
-
   struct Batch {
-    float values[kBatch][3];
+    float values[kSignalsPerBatch][3];
     unsigned count;  // signals in the batch
     bool last;       // the learner stops after it
   };
@@ -44,7 +39,7 @@ class BackgroundLearner {
   void hand_over(bool last);
 
   bool threaded_;
-  BatchRing<Batch, kBatches> batches_;
+  BatchRing<Batch, kBatchesInFlight> batches_;
   Batch* filling_ = nullptr;  // the batch the caller fills
   std::thread engine_;
 };

@@ -10,6 +10,14 @@
 
 namespace vtl {
 
+// The sizes both threads of a long signal file work with: runs shorter than
+// kTwoThreadsFrom signals stay on one thread, as a second does not pay off
+// there; signals go over kSignalsPerBatch at a time, kBatchesInFlight batches
+// at most, which keeps memory flat whatever the file's length.
+inline constexpr std::int32_t kTwoThreadsFrom = 4096;
+inline constexpr unsigned kSignalsPerBatch = 1024;
+inline constexpr unsigned kBatchesInFlight = 4;
+
 template <typename Batch, unsigned kSlots>
 class BatchRing {
  public:

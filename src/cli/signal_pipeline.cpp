@@ -7,7 +7,7 @@
 namespace vtl {
 
 SignalPipeline::SignalPipeline(ByteReader& source, std::int32_t count, bool read_ahead)
-    : source_(source), remaining_(count), threaded_(read_ahead && count >= kThreadedFrom) {
+    : source_(source), remaining_(count), threaded_(read_ahead && count >= kTwoThreadsFrom) {
   if (!threaded_) return;
   try {
     reader_ = std::thread([this] { read_batches(); });
@@ -29,7 +29,7 @@ void SignalPipeline::read_batches() {
     batch->count = 0;
     batch->failed = false;
     batch->at_end = false;
-    while (batch->count < kBatch && remaining_ > 0) {
+    while (batch->count < kSignalsPerBatch && remaining_ > 0) {
       if (!read_signal_values(source_, batch->values[batch->count])) {
         batch->failed = true;
         batch->at_end = source_.at_end();

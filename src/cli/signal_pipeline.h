@@ -27,14 +27,9 @@ class SignalPipeline {
   bool next(float* values);
   bool ended_in_input_end() const { return error_at_end_; }
 
-  static constexpr std::int32_t kThreadedFrom = 4096;  // signals
-
  private:
-  static constexpr unsigned kBatch = 1024;  // signals handed over at a time
-  static constexpr unsigned kBatches = 4;
-
   struct Batch {
-    float values[kBatch][3];
+    float values[kSignalsPerBatch][3];
     unsigned count;  // signals read into the batch
     bool failed;     // reading failed after them
     bool at_end;     // ... at the end of the input
@@ -48,7 +43,7 @@ class SignalPipeline {
   bool threaded_;
   bool error_at_end_ = false;
 
-  BatchRing<Batch, kBatches> batches_;
+  BatchRing<Batch, kBatchesInFlight> batches_;
   const Batch* taken_ = nullptr;  // the batch the caller reads from
   unsigned position_ = 0;         // the next signal in it
   std::thread reader_;
