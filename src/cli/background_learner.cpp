@@ -27,7 +27,16 @@ void BackgroundLearner::learn_batches() {
   }
 }
 
-// The learner never stops before the last batch, so a slot always comes free.
+// The batch being filled, begun when there is none. The learner never stops
+// before the last batch, so a slot always comes free.
+BackgroundLearner::Batch& BackgroundLearner::filling() {
+  if (filling_ == nullptr) {
+    filling_ = batches_.begin_fill();
+    filling_->count = 0;
+  }
+  return *filling_;
+}
+
 void BackgroundLearner::hand_over(bool last) {
   filling_->last = last;
   batches_.publish();
@@ -39,23 +48,17 @@ void BackgroundLearner::learn(const float* values) {
     vtl_anomalydetection_learn(values);
     return;
   }
-  if (filling_ == nullptr) {
-    filling_ = batches_.begin_fill();
-    filling_->count = 0;
-  }
-  float* const slot = filling_->values[filling_->count++];
+  Batch& batch = filling();
+  float* const slot = batch.values[batch.count++];
   slot[0] = values[0];
   slot[1] = values[1];
   slot[2] = values[2];
-  if (filling_->count == kSignalsPerBatch) hand_over(false);
+  if (batch.count == kSignalsPerBatch) hand_over(false);
 }
 
 void BackgroundLearner::finish() {
   if (!threaded_) return;
-  if (filling_ == nullptr) {
-    filling_ = batches_.begin_fill();
-    filling_->count = 0;
-  }
+  filling();  // the last batch, empty when the signals filled the one before
   hand_over(true);
   engine_.join();
   threaded_ = false;

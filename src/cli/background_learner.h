@@ -36,6 +36,7 @@ class BackgroundLearner {
   };
 
   void learn_batches();
+  Batch& filling();
   void hand_over(bool last);
 
   bool threaded_;

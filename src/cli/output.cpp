@@ -14,12 +14,6 @@ namespace {
 
 Output the_output;
 
-}  // namespace
-
-Output& out() { return the_output; }
-
-namespace {
-
 // "00" to "99", so that a number's digits are made two at a time.
 constexpr char kDigitPairs[] =
     "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
@@ -27,6 +21,8 @@ constexpr char kDigitPairs[] =
     "8081828384858687888990919293949596979899";
 
 }  // namespace
+
+Output& out() { return the_output; }
 
 void Output::decimal(std::int32_t value) {
   char digits[12];

@@ -90,6 +90,14 @@ inline float angle_manhattan_lower_bound(AngleManhattanParts parts) {
   return std::isnan(bound) ? -std::numeric_limits<float>::infinity() : bound;
 }
 
+// At least the angle-Manhattan distance of these parts; +infinity where the
+// bound is undefined (a NaN part, 0 x infinity) or not kept (angles beyond 60
+// degrees), so that callers measure those exactly.
+inline float angle_manhattan_upper_bound(AngleManhattanParts parts) {
+  const float bound = angle_upper_bound_of_chord(chord_of(parts.cosine)) * parts.manhattan;
+  return std::isnan(bound) ? std::numeric_limits<float>::infinity() : bound;
+}
+
 // angle_manhattan_lower_bound of x against four vectors at once: y[c][l] is
 // coordinate c of vector l (y[c] points at four floats), y_norm[l] its norm; x's values come first
 // in every product, as they would with x as the first vector (either order gives the same cosine

@@ -354,21 +354,6 @@ float larger_radius(float radius_a, float radius_b) {
   return radius_a > radius_b ? radius_a : radius_b;
 }
 
-// Where the angle-Manhattan distance of these parts lies, acosf and all:
-// -infinity and +infinity stand for the bounds that are undefined (a NaN part,
-// 0 x infinity) or not kept (angles beyond 60 degrees).
-struct DistanceRange {
-  float low;
-  float high;
-};
-
-DistanceRange range_of(AngleManhattanParts parts) {
-  const float chord = chord_of(parts.cosine);
-  const float low = angle_lower_bound_of_chord(chord) * parts.manhattan;
-  const float high = angle_upper_bound_of_chord(chord) * parts.manhattan;
-  return {std::isnan(low) ? -kInfinity : low, std::isnan(high) ? kInfinity : high};
-}
-
 // The merge's radius with the reset selectors, from the new center of a, its
 // old one (merge_saved_center) and b's: (1 / n) x distance + radius is
 // monotonic in the distance under rounding, so when the bounds of the two
@@ -389,12 +374,14 @@ float merged_radius_angle_manhattan(const ClusterRecord& a, const ClusterRecord&
   }
   const float scale_a = 1.0f / na;
   const float scale_b = 1.0f / nb;
-  const DistanceRange range_a = range_of(moved);
-  const DistanceRange range_b = range_of(spread);
-  if (scale_a * range_a.low + a.radius > scale_b * range_b.high + b.radius) {
+  const float low_a = angle_manhattan_lower_bound(moved);
+  const float high_a = angle_manhattan_upper_bound(moved);
+  const float low_b = angle_manhattan_lower_bound(spread);
+  const float high_b = angle_manhattan_upper_bound(spread);
+  if (scale_a * low_a + a.radius > scale_b * high_b + b.radius) {
     return scale_a * angle_manhattan_distance(moved, angle_first) + a.radius;
   }
-  if (scale_a * range_a.high + a.radius <= scale_b * range_b.low + b.radius) {
+  if (scale_a * high_a + a.radius <= scale_b * low_b + b.radius) {
     return scale_b * angle_manhattan_distance(spread, angle_first) + b.radius;
   }
   return larger_radius(scale_a * angle_manhattan_distance(moved, angle_first) + a.radius,
