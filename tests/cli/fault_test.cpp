@@ -80,15 +80,31 @@ class Dir {
   }
 
   // Starts the emulator in this directory; the child's stdout read end (or -1).
+  // Tests start children from several threads at once, so the child of fork
+  // makes only async-signal-safe calls: a lock another thread held in malloc
+  // at the fork (the sanitizers' allocator has no fork handlers) would hang it
+  // forever. The argument vector is therefore built before the fork, and the
+  // pipes are close-on-exec so that no sibling's program keeps them open.
   pid_t start(const Launch& launch, int* out_read, int* err_read) const {
+    std::vector<char*> argv{const_cast<char*>(VTL_EMULATOR_PATH)};
+    for (const std::string& arg : launch.args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
     int out_pipe[2] = {-1, -1};
     int err_pipe[2];
     if ((launch.out == Stdout::pipe || launch.out == Stdout::broken_pipe) &&
-        ::pipe(out_pipe) != 0) {
+        ::pipe2(out_pipe, O_CLOEXEC) != 0) {
       return -1;
     }
-    if (::pipe(err_pipe) != 0) return -1;
+    if (::pipe2(err_pipe, O_CLOEXEC) != 0) return -1;
     const pid_t pid = ::fork();
+    if (pid < 0) {
+      for (const int fd : {out_pipe[0], out_pipe[1], err_pipe[0], err_pipe[1]}) {
+        if (fd >= 0) ::close(fd);
+      }
+      *out_read = -1;
+      *err_read = -1;
+      return -1;
+    }
     if (pid == 0) {
       if (::chdir(path_.c_str()) != 0) ::_exit(120);
       switch (launch.out) {
@@ -122,9 +138,6 @@ class Dir {
         ::setrlimit(RLIMIT_AS, &limit);
       }
       for (int fd = 3; fd < 256; ++fd) ::close(fd);
-      std::vector<char*> argv{const_cast<char*>(VTL_EMULATOR_PATH)};
-      for (const std::string& arg : launch.args) argv.push_back(const_cast<char*>(arg.c_str()));
-      argv.push_back(nullptr);
       ::execv(VTL_EMULATOR_PATH, argv.data());
       ::_exit(121);
     }
@@ -160,6 +173,7 @@ class Dir {
     return text;
   }
   static int wait_for(pid_t pid) {
+    if (pid < 0) return -1;  // never reap another thread's child
     int status = 0;
     ::waitpid(pid, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
