@@ -27,7 +27,14 @@ const char* status_text(ReportStatus status) {
   return "";
 }
 
-const char* entry_status(bool nominal) { return nominal ? "nominal" : "anomaly"; }
+// Each text a literal of its own: a copy of constant size is a few moves.
+void entry_status(Output& o, bool nominal) {
+  if (nominal) {
+    o.text("nominal");
+  } else {
+    o.text("anomaly");
+  }
+}
 
 // "\t\t{"signal": S, "line": L" or "... "line": null", shared by every entry.
 void entry_start(Output& o, std::int32_t signal, const std::int32_t* line) {
@@ -43,7 +50,11 @@ void entry_start(Output& o, std::int32_t signal, const std::int32_t* line) {
 
 // A file entry takes a comma unless it is the last; an array entry never does.
 void entry_end(Output& o, const std::int32_t* line, bool last) {
-  o.text(line != nullptr && !last ? "\"},\n" : "\"}\n");
+  if (line != nullptr && !last) {
+    o.text("\"},\n");
+  } else {
+    o.text("\"}\n");
+  }
 }
 
 }  // namespace
@@ -96,7 +107,7 @@ void print_detect_entry(std::int32_t signal, const std::int32_t* line,
   o.text(", \"similarity\": ");
   o.decimal(similarity_value);
   o.text(", \"status\": \"");
-  o.text(entry_status(nominal));
+  entry_status(o, nominal);
   entry_end(o, line, last);
 }
 

@@ -98,8 +98,8 @@ void learn_signal(BackgroundLearner& learner, std::int32_t last) {
   print_learn_entry(learned_total, &current_line, current_line == last);
 }
 
-void detect_signal(std::int32_t last) {
-  vtl_anomalydetection_detect(input_buffer, &similarity);
+// Reports a signal the pipeline has rated into similarity.
+void report_detection(std::int32_t last) {
   ++detected_now;
   ++current_line;
   increment_counter(detected_total);
@@ -171,15 +171,18 @@ int read_signal_file(Command command, int argc, char** argv) {
   // Numbers are read three at a time, each as fscanf("%f") reads it and
   // followed by one consumed character, whatever it is.
   // Learning runs the engine on a second thread and reads and prints on this
-  // one; detection reads on a second thread and rates and prints on this one.
-  ByteReader source(file.fd());
-  SignalPipeline signals(source, last > 0 ? last : 0, !learning);
+  // one; detection reads and rates on a second thread and prints on this one.
   // The pair distances of the learning passes are written once, at the end.
   DeferredPairDistances deferred;
   BackgroundLearner learner(learning ? last - (first - 1) : 0);
+  // Made last, so that its thread, which rates with the engine, is stopped
+  // first, before anything here touches the engine again.
+  ByteReader source(file.fd());
+  SignalPipeline signals(source, last > 0 ? last : 0, !learning,
+                         learning ? nullptr : &vtl_anomalydetection_detect, first - 1);
   bool closed = false;
   for (std::int32_t i = 0; i < last; ++i) {
-    if (!signals.next(input_buffer)) {
+    if (!signals.next(input_buffer, &similarity)) {
       print_reading_error(signals.ended_in_input_end(), file_name);
       return 1;
     }
@@ -187,7 +190,7 @@ int read_signal_file(Command command, int argc, char** argv) {
     if (learning) {
       learn_signal(learner, last);
     } else {
-      detect_signal(last);
+      report_detection(last);
     }
     if (current_line == last) {
       print_results_close();

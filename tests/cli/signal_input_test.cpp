@@ -197,6 +197,30 @@ std::vector<std::string> entry_lines(const std::string& report) {
   return entries;
 }
 
+// Readings near the learned ones and farther out, nominal and anomalous.
+std::string varied_reading(int line) {
+  return std::to_string(0.25 + (line % 97) * 0.002) + ",0.20,9.81\n";
+}
+
+// Long enough for the second thread and for nine batches of 1024 signals.
+constexpr int kLongLines = 9000;
+
+std::string varied_readings() {
+  std::string text;
+  for (int line = 1; line <= kLongLines; ++line) text += varied_reading(line);
+  return text;
+}
+
+// The entries of a detection of the whole file; the state is put back after
+// it. Detection does not change the model, so each signal rates the same in
+// any file.
+std::vector<std::string> rated_entries(Session& s, const std::string& name) {
+  const std::string before = *s.state();
+  std::vector<std::string> rated = entry_lines(s.run({kDetect, "--file", name}).out);
+  s.write_state(before);
+  return rated;
+}
+
 // Long files are learned on a second thread and read for detection on a
 // second thread, in batches of 1024 signals: an error must still come out
 // after exactly the signals before it, whether it falls inside a batch, on
@@ -206,19 +230,10 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
   Session s;
   learn_twelve(s);
   const std::string check = "Please check your file.\n" + kReadingTrailer;
-  constexpr int kLines = 9000;
-  std::string good;
-  // Readings near the learned ones and farther out, nominal and anomalous.
-  const auto reading = [](int line) {
-    return std::to_string(0.25 + (line % 97) * 0.002) + ",0.20,9.81\n";
-  };
-  for (int line = 1; line <= kLines; ++line) good += reading(line);
+  const std::string good = varied_readings();
   s.write_file("good.csv", good);
-  const std::string before = *s.state();
-  // Detection does not change the model, so each signal rates the same in
-  // any file; the state goes back after this run.
-  const std::vector<std::string> rated = entry_lines(s.run({kDetect, "--file", "good.csv"}).out);
-  ASSERT_EQ(rated.size(), static_cast<std::size_t>(kLines));
+  const std::vector<std::string> rated = rated_entries(s, "good.csv");
+  ASSERT_EQ(rated.size(), static_cast<std::size_t>(kLongLines));
   const auto rated_as = [&](const std::string& status) {
     return std::count_if(rated.begin(), rated.end(), [&](const std::string& entry) {
       return entry.find(status) != std::string::npos;
@@ -226,12 +241,11 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
   };
   ASSERT_GT(rated_as("nominal"), 0);
   ASSERT_GT(rated_as("anomaly"), 0);
-  s.write_state(before);
   for (int bad : {1, 1024, 1025, 4096, 4097, 8999, 9000}) {
     SCOPED_TRACE(bad);
     std::string text;
-    for (int line = 1; line <= kLines; ++line) {
-      text += line == bad ? "1,x,3\n" : reading(line);
+    for (int line = 1; line <= kLongLines; ++line) {
+      text += line == bad ? "1,x,3\n" : varied_reading(line);
     }
     s.write_file("long.csv", text);
     std::string learned = learning_head("long.csv");
@@ -257,7 +271,7 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
   // One line more than there are signals: the input runs out.
   s.write_file("short.csv", good + "\n");
   std::string learned = learning_head("short.csv");
-  for (int line = 1; line <= kLines; ++line) learned += learn_entry(line + 12, line);
+  for (int line = 1; line <= kLongLines; ++line) learned += learn_entry(line + 12, line);
   std::string detected = report_head("detection", "1.00", "short.csv") + kResultsOpen;
   for (const std::string& entry : rated) detected += entry;
   detected.insert(detected.size() - 1, ",");  // the last signal read is not the last asked for
@@ -265,6 +279,40 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
       "Error: incompatibility between required and number of data in file short.csv !\n" + check;
   s.run_steps({{{kLearn, "--file", "short.csv"}, learned + ran_out, 1, StateAfter::unchanged},
                {{kDetect, "--file", "short.csv"}, detected + ran_out, 1, StateAfter::unchanged}});
+}
+
+// Long files are rated on the reading thread, from the first line of the
+// range on: every range, whether it starts inside the first batch, on a batch
+// boundary or near the end, rates each line as the whole file does.
+TEST(SignalInput, RangesOfLongFilesRateEachLineAsTheWholeFileDoes) {
+  Session s;
+  learn_twelve(s);
+  s.write_file("long.csv", varied_readings());
+  const std::string before = *s.state();
+  const std::vector<std::string> whole = rated_entries(s, "long.csv");
+  ASSERT_EQ(whole.size(), static_cast<std::size_t>(kLongLines));
+  std::vector<int> similarity(kLongLines + 1);
+  for (int line = 1; line <= kLongLines; ++line) {
+    const std::string& entry = whole[line - 1];
+    similarity[line] = std::stoi(entry.substr(entry.find("\"similarity\": ") + 14));
+  }
+  struct Range {
+    int begin, end;
+  };
+  for (const Range r :
+       {Range{2, 9000}, Range{1025, 6000}, Range{4097, 4200}, Range{8990, 9000}, Range{1, 4095}}) {
+    SCOPED_TRACE(std::to_string(r.begin) + ".." + std::to_string(r.end));
+    s.write_state(before);
+    const RunResult ranged = s.run({kDetect, "--file", "long.csv", "--begin",
+                                    std::to_string(r.begin), "--end", std::to_string(r.end)});
+    ASSERT_EQ(ranged.status, 0) << ranged.out.substr(0, 400);
+    const std::vector<std::string> entries = entry_lines(ranged.out);
+    ASSERT_EQ(entries.size(), static_cast<std::size_t>(r.end - r.begin + 1));
+    for (int line = r.begin; line <= r.end; ++line) {
+      ASSERT_EQ(entries[line - r.begin],
+                detect_entry(line - r.begin + 1, line, similarity[line], line == r.end));
+    }
+  }
 }
 
 TEST(SignalInput, TheLastLineWithoutANewlineIsNeverRead) {
