@@ -221,8 +221,8 @@ std::vector<std::string> rated_entries(Session& s, const std::string& name) {
   return rated;
 }
 
-// Long files are learned on a second thread and read for detection on a
-// second thread, in batches of 1024 signals: an error must still come out
+// Long files are learned on a second thread and read and rated for detection
+// on a second thread, in batches of 1024 signals: an error must still come out
 // after exactly the signals before it, whether it falls inside a batch, on
 // either side of a boundary, before a range or at the end, and the state must
 // stay as it was.
