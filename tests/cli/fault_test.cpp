@@ -86,6 +86,8 @@ class Dir {
   // forever. The argument vector is therefore built before the fork, and the
   // pipes are close-on-exec so that no sibling's program keeps them open.
   pid_t start(const Launch& launch, int* out_read, int* err_read) const {
+    *out_read = -1;
+    *err_read = -1;
     std::vector<char*> argv{const_cast<char*>(VTL_EMULATOR_PATH)};
     for (const std::string& arg : launch.args) argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
@@ -95,14 +97,23 @@ class Dir {
         ::pipe2(out_pipe, O_CLOEXEC) != 0) {
       return -1;
     }
-    if (::pipe2(err_pipe, O_CLOEXEC) != 0) return -1;
+    if (::pipe2(err_pipe, O_CLOEXEC) != 0) {
+      for (const int fd : out_pipe) {
+        if (fd >= 0) ::close(fd);
+      }
+      return -1;
+    }
+    if (launch.out == Stdout::broken_pipe) {
+      // No reader from the start: closed after the fork, a busy parent could
+      // still hold the read end when the child writes its report.
+      ::close(out_pipe[0]);
+      out_pipe[0] = -1;
+    }
     const pid_t pid = ::fork();
     if (pid < 0) {
       for (const int fd : {out_pipe[0], out_pipe[1], err_pipe[0], err_pipe[1]}) {
         if (fd >= 0) ::close(fd);
       }
-      *out_read = -1;
-      *err_read = -1;
       return -1;
     }
     if (pid == 0) {
@@ -143,10 +154,6 @@ class Dir {
     }
     if (out_pipe[1] >= 0) ::close(out_pipe[1]);
     ::close(err_pipe[1]);
-    if (launch.out == Stdout::broken_pipe) {
-      ::close(out_pipe[0]);
-      out_pipe[0] = -1;
-    }
     *out_read = out_pipe[0];
     *err_read = err_pipe[0];
     return pid;
