@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -128,20 +129,34 @@ bool read_array_values(int argc, char** argv) {
   return true;
 }
 
+namespace {
+
+// Newlines in a block. The counts are gathered in a byte, 255 bytes at a
+// time, so that the compiler can compare many bytes at once: on files of
+// short lines this is several times faster than finding each newline.
+std::int64_t newlines_in(const unsigned char* block, std::size_t size) {
+  constexpr std::size_t kRun = 255;  // a byte's count cannot overflow in a run
+  std::int64_t newlines = 0;
+  std::size_t i = 0;
+  while (i < size) {
+    const std::size_t run_end = size - i > kRun ? i + kRun : size;
+    unsigned char in_run = 0;
+    for (; i < run_end; ++i) in_run = static_cast<unsigned char>(in_run + (block[i] == '\n'));
+    newlines += in_run;
+  }
+  return newlines;
+}
+
+}  // namespace
+
 std::int32_t count_lines(int fd) {
-  char block[1 << 16];
+  unsigned char block[1 << 16];
   std::int64_t newlines = 0;
   for (;;) {
     const ssize_t got = ::read(fd, block, sizeof block);
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
-    const char* const end = block + got;
-    for (const char* p = block;
-         (p = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)))) !=
-         nullptr;
-         ++p) {
-      ++newlines;
-    }
+    newlines += newlines_in(block, static_cast<std::size_t>(got));
   }
   ::lseek(fd, 0, SEEK_SET);
   return newlines > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(newlines);

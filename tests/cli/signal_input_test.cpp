@@ -4,12 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "cli/expected_text.h"
 #include "cli/session.h"
+#include "cli/signal_input.h"
 
 namespace vtl::test {
 namespace {
@@ -142,6 +147,43 @@ std::optional<std::string> model_learned_from(const std::string& text) {
   s.write_file("s.csv", text);
   EXPECT_EQ(s.run({kLearn, "--file", "s.csv"}).status, 0);
   return s.state();
+}
+
+// The line count of the file's bytes, and the first byte read after it.
+std::pair<std::int32_t, int> count_lines_of(const Session& s, const std::string& bytes) {
+  s.write_file("lines.csv", bytes);
+  const int fd = ::open(s.path("lines.csv").c_str(), O_RDONLY);
+  if (fd < 0) return {-1, -1};
+  const std::int32_t lines = count_lines(fd);
+  unsigned char first = 0;
+  const int next = ::read(fd, &first, 1) == 1 ? first : -1;
+  ::close(fd);
+  return {lines, next};
+}
+
+TEST(SignalInput, LineCountsFindEveryNewlineAndRewind) {
+  Session s;
+  std::mt19937 random(20261123);
+  std::vector<std::string> files = {"", "1,2,3", "\n", std::string(65536 * 2 + 7, '\n')};
+  // Newlines just before, on and after the ends of the counter's runs and of
+  // the reading blocks, and files of random density around a block's size.
+  for (const std::size_t at : {254u, 255u, 256u, 510u, 65535u, 65536u, 65537u}) {
+    std::string bytes(70000, 'x');
+    bytes[at - 1] = '\n';
+    bytes[at] = '\n';
+    files.push_back(bytes);
+  }
+  for (const unsigned density : {2u, 22u, 300u}) {
+    std::string bytes(65536 + random() % 1000, '7');
+    for (char& c : bytes) c = random() % density == 0 ? '\n' : c;
+    files.push_back(bytes);
+  }
+  for (const std::string& bytes : files) {
+    const auto expected = static_cast<std::int32_t>(std::count(bytes.begin(), bytes.end(), '\n'));
+    const int first = bytes.empty() ? -1 : static_cast<unsigned char>(bytes[0]);
+    EXPECT_EQ(count_lines_of(s, bytes), std::make_pair(expected, first))
+        << bytes.size() << " bytes";
+  }
 }
 
 TEST(SignalInput, ReaderCountsSignalsNotLines) {
