@@ -98,13 +98,14 @@ inline float angle_manhattan_upper_bound(AngleManhattanParts parts) {
   return std::isnan(bound) ? std::numeric_limits<float>::infinity() : bound;
 }
 
-// angle_manhattan_lower_bound of x against four vectors at once: y[c][l] is
-// coordinate c of vector l (y[c] points at four floats), y_norm[l] its norm; x's values come first
-// in every product, as they would with x as the first vector (either order gives the same cosine
-// and a bound as good). The lanes compute exactly what the scalar form computes, one IEEE operation
-// for another.
-inline void angle_manhattan_lower_bounds4(const float* x, float x_norm, const float* const* y,
-                                          const float* y_norm, float* bounds) {
+// angle_manhattan_lower_bound and angle_manhattan_upper_bound of x against
+// four vectors at once: y[c][l] is coordinate c of vector l (y[c] points at
+// four floats), y_norm[l] its norm; x's values come first in every product, as
+// they would with x as the first vector (either order gives the same cosine
+// and bounds as good). The lanes compute exactly what the scalar forms
+// compute, one IEEE operation for another.
+inline void angle_manhattan_bounds4(const float* x, float x_norm, const float* const* y,
+                                    const float* y_norm, float* low, float* high) {
 #if defined(__SSE2__)
   const __m128 p0 = _mm_mul_ps(_mm_set1_ps(x[0]), _mm_loadu_ps(y[0]));
   const __m128 p1 = _mm_mul_ps(_mm_set1_ps(x[1]), _mm_loadu_ps(y[1]));
@@ -116,7 +117,6 @@ inline void angle_manhattan_lower_bounds4(const float* x, float x_norm, const fl
   cosine = _mm_max_ps(_mm_set1_ps(-1.0f), _mm_min_ps(_mm_set1_ps(1.0f), cosine));
   const __m128 chord =
       _mm_sqrt_ps(_mm_mul_ps(_mm_sub_ps(_mm_set1_ps(1.0f), cosine), _mm_set1_ps(2.0f)));
-  const __m128 angle = _mm_mul_ps(chord, _mm_set1_ps(kBoundShrink));
   const __m128 sign = _mm_set1_ps(-0.0f);
   __m128 sum = _mm_setzero_ps();
   for (int c = 0; c < 3; ++c) {
@@ -127,14 +127,31 @@ inline void angle_manhattan_lower_bounds4(const float* x, float x_norm, const fl
   }
   const __m128 three = _mm_set1_ps(3.0f);
   const __m128 manhattan = _mm_mul_ps(three, _mm_div_ps(sum, three));
-  const __m128 bound = _mm_mul_ps(angle, manhattan);
-  const __m128 undefined = _mm_cmpunord_ps(bound, bound);
-  const __m128 lowest = _mm_set1_ps(-std::numeric_limits<float>::infinity());
-  _mm_storeu_ps(bounds, _mm_or_ps(_mm_and_ps(undefined, lowest), _mm_andnot_ps(undefined, bound)));
+  const __m128 infinity = _mm_set1_ps(std::numeric_limits<float>::infinity());
+
+  const __m128 lower = _mm_mul_ps(_mm_mul_ps(chord, _mm_set1_ps(kBoundShrink)), manhattan);
+  const __m128 lower_undefined = _mm_cmpunord_ps(lower, lower);
+  _mm_storeu_ps(low, _mm_or_ps(_mm_and_ps(lower_undefined,
+                                          _mm_set1_ps(-std::numeric_limits<float>::infinity())),
+                               _mm_andnot_ps(lower_undefined, lower)));
+
+  // The series, and +infinity beyond 60 degrees (a NaN chord takes the series,
+  // which is NaN, as in the scalar form).
+  const __m128 cube = _mm_mul_ps(_mm_mul_ps(chord, chord), chord);
+  const __m128 series = _mm_mul_ps(_mm_add_ps(chord, _mm_mul_ps(cube, _mm_set1_ps(1.0f / 12.0f))),
+                                   _mm_set1_ps(kBoundGrow));
+  const __m128 wide = _mm_cmpgt_ps(chord, _mm_set1_ps(1.0f));
+  const __m128 angle = _mm_or_ps(_mm_and_ps(wide, infinity), _mm_andnot_ps(wide, series));
+  const __m128 upper = _mm_mul_ps(angle, manhattan);
+  const __m128 upper_undefined = _mm_cmpunord_ps(upper, upper);
+  _mm_storeu_ps(high, _mm_or_ps(_mm_and_ps(upper_undefined, infinity),
+                                _mm_andnot_ps(upper_undefined, upper)));
 #else
   for (int l = 0; l < 4; ++l) {
     const float other[3] = {y[0][l], y[1][l], y[2][l]};
-    bounds[l] = angle_manhattan_lower_bound(angle_manhattan_parts(x, other, x_norm, y_norm[l]));
+    const AngleManhattanParts parts = angle_manhattan_parts(x, other, x_norm, y_norm[l]);
+    low[l] = angle_manhattan_lower_bound(parts);
+    high[l] = angle_manhattan_upper_bound(parts);
   }
 #endif
 }

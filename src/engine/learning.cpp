@@ -38,9 +38,9 @@ struct SlotPair {
 // compared bit for bit, so anything that changed the model in between (a load,
 // a knowledge import, a caller writing the table) is noticed.
 //
-// With the reset selectors a changed pair first gets only a lower bound, which
-// costs no acosf; it is measured exactly when the bound leaves open whether it
-// is the closest pair, and at the latest when pair_distance is written.
+// With the reset selectors a changed pair in a run first gets only bounds,
+// which cost no acosf; it is measured exactly when the bounds leave open which
+// pair is the closest, and at the latest when pair_distance is written.
 constexpr unsigned kBoundLanes = 12;
 constexpr unsigned kPaddedPairs = 48;
 constexpr float kNoBound = std::numeric_limits<float>::quiet_NaN();
@@ -56,12 +56,16 @@ struct PairCache {
   float norm[kBoundLanes] = {};
   // In the order the pass scans the pairs: (0, 1), (0, 2), ..., (0, 9), (1, 2),
   // ..., (8, 9).
-  // A pair is exact or pending: exact, distance holds its distance and bound
-  // NaN; pending, distance holds +infinity and bound a lower bound of its
-  // distance (never NaN). The three entries after the last pair are padding
-  // of that second kind that no bound reaches.
+  // A pair is exact or pending: exact, distance holds its distance, bound NaN
+  // and upper +infinity; pending, distance holds +infinity, bound a lower
+  // bound of its distance (never NaN; -infinity where none is known) and upper
+  // an upper bound (+infinity where none is known). The three entries after
+  // the last pair are padding, exact at +infinity.
   float distance[kPaddedPairs] = {};
   float bound[kPaddedPairs] = {};
+  float upper[kPaddedPairs] = {};
+  // The closest pair of the last pass, whose distance becomes closest_distance.
+  std::uint8_t closest = 0;
 };
 
 PairCache pair_cache;
@@ -113,6 +117,7 @@ void find_changed_centers(bool* changed) {
     for (unsigned p = kPairCount; p < kPaddedPairs; ++p) {
       pair_cache.distance[p] = kInfinity;
       pair_cache.bound[p] = kNoBound;
+      pair_cache.upper[p] = kInfinity;
     }
   }
   pair_cache.valid = true;
@@ -151,6 +156,7 @@ float measure_pair(unsigned p) {
 void measure_exactly(unsigned p) {
   pair_cache.distance[p] = measure_pair(p);
   pair_cache.bound[p] = kNoBound;
+  pair_cache.upper[p] = kInfinity;
 }
 
 // Scan position of every pair of slots, either way round (0 on the diagonal,
@@ -170,23 +176,22 @@ constexpr PairPositions make_pair_positions() {
 
 constexpr PairPositions kPairPositions = make_pair_positions();
 
-// Lower bounds of the distances from slot k to every slot (its own included,
-// which means nothing), four slots at a time.
-void bound_from_slot(unsigned k, float* bounds) {
+// Lower and upper bounds of the distances from slot k to every slot (its own
+// included, which means nothing), four slots at a time.
+void bound_from_slot(unsigned k, float* lower, float* upper) {
   float center[kSignalLength];
   cached_center(k, center);
   for (unsigned first = 0; first < kBoundLanes; first += 4) {
     const float* const others[kSignalLength] = {pair_cache.coordinate[0] + first,
                                                 pair_cache.coordinate[1] + first,
                                                 pair_cache.coordinate[2] + first};
-    angle_manhattan_lower_bounds4(center, pair_cache.norm[k], others, pair_cache.norm + first,
-                                  bounds + first);
+    angle_manhattan_bounds4(center, pair_cache.norm[k], others, pair_cache.norm + first,
+                            lower + first, upper + first);
   }
 }
 
-// Remeasures every pair that involves a changed slot: a lower bound for the
-// reset selectors in a run, else the exact distance. The first pair is always exact,
-// since the scan starts from it whatever it holds. A pass usually changes two
+// Remeasures every pair that involves a changed slot: bounds for the reset
+// selectors in a run, else the exact distance. A pass usually changes two
 // slots (the spare one and the survivor of the last merge), so the pairs are
 // found from the slots rather than by testing all 45; a pair of two changed
 // slots is measured once, from its lower slot.
@@ -205,14 +210,16 @@ void remeasure_changed_pairs(const bool* changed) {
   const bool bounded = distances_deferred && is_angle_manhattan(measure_secondary, measure_primary);
   for (unsigned c = 0; c < count; ++c) {
     const unsigned k = slots[c];
-    float bounds[kBoundLanes];
-    if (bounded) bound_from_slot(k, bounds);
+    float lower[kBoundLanes];
+    float upper[kBoundLanes];
+    if (bounded) bound_from_slot(k, lower, upper);
     for (unsigned other = 0; other < kClusterSlots; ++other) {
       if (other == k || (changed[other] && other < k)) continue;
       const unsigned p = kPairPositions.of[k][other];
-      if (bounded && p != 0) {
+      if (bounded) {
         pair_cache.distance[p] = kInfinity;
-        pair_cache.bound[p] = bounds[other];
+        pair_cache.bound[p] = lower[other];
+        pair_cache.upper[p] = upper[other];
       } else {
         measure_exactly(p);
       }
@@ -220,15 +227,15 @@ void remeasure_changed_pairs(const bool* changed) {
   }
 }
 
-// The smallest distance, not NaN, of the exact pairs, given that the first
-// pair is exact and not NaN (pending pairs hold +infinity). Only the value is
-// used, so the order of the comparisons does not matter.
-float smallest_exact_distance() {
+// The smallest value, not NaN, of the padded pair array (+infinity when all
+// are NaN). Only the value is used, so the order of the comparisons does not
+// matter.
+float smallest_of(const float* values) {
 #if defined(__SSE2__)
   // min_ps(v, m) is v < m ? v : m, so a NaN v leaves m.
-  __m128 smallest = _mm_set1_ps(pair_cache.distance[0]);
+  __m128 smallest = _mm_set1_ps(kInfinity);
   for (unsigned p = 0; p < kPaddedPairs; p += 4) {
-    smallest = _mm_min_ps(_mm_loadu_ps(pair_cache.distance + p), smallest);
+    smallest = _mm_min_ps(_mm_loadu_ps(values + p), smallest);
   }
   float lanes[4];
   _mm_storeu_ps(lanes, smallest);
@@ -236,12 +243,34 @@ float smallest_exact_distance() {
   const float high = lanes[2] < lanes[3] ? lanes[2] : lanes[3];
   return low < high ? low : high;
 #else
-  float smallest = pair_cache.distance[0];
-  for (unsigned p = 1; p < kPaddedPairs; ++p) {
-    if (pair_cache.distance[p] < smallest) smallest = pair_cache.distance[p];
+  float smallest = kInfinity;
+  for (unsigned p = 0; p < kPaddedPairs; ++p) {
+    if (values[p] < smallest) smallest = values[p];
   }
   return smallest;
 #endif
+}
+
+// Bit p set for each of the 45 pairs that can be the closest one when the
+// closest distance is at most reach: an exact pair whose distance is at most
+// reach, a pending pair whose lower bound is.
+std::uint64_t pairs_within(float reach) {
+  std::uint64_t found = 0;
+#if defined(__SSE2__)
+  const __m128 limit = _mm_set1_ps(reach);
+  for (unsigned p = 0; p < kPaddedPairs; p += 4) {
+    const __m128 exact = _mm_cmple_ps(_mm_loadu_ps(pair_cache.distance + p), limit);
+    const __m128 pending = _mm_cmple_ps(_mm_loadu_ps(pair_cache.bound + p), limit);
+    found |= static_cast<std::uint64_t>(_mm_movemask_ps(_mm_or_ps(exact, pending))) << p;
+  }
+#else
+  for (unsigned p = 0; p < kPaddedPairs; ++p) {
+    if (pair_cache.distance[p] <= reach || pair_cache.bound[p] <= reach) {
+      found |= std::uint64_t{1} << p;
+    }
+  }
+#endif
+  return found & ((std::uint64_t{1} << kPairCount) - 1);
 }
 
 // Bit p set for each pending pair whose bound is at most the given distance.
@@ -282,18 +311,30 @@ unsigned first_position_of(float distance) {
 // among equal distances the earliest wins, a NaN never wins, and a NaN first
 // pair stays the record: when the first pair is not NaN, the result is the
 // first position whose distance equals the smallest distance that is not NaN.
-// Only the pending pairs whose bound is not above the smallest exact distance
-// can be that one; they are measured, the rest stay pending.
+// That distance is at most the reach, the smallest exact distance or upper
+// bound; only pairs whose distance or lower bound is within the reach can be
+// the closest. When one pair alone is, it is the closest, measured or not;
+// otherwise those pending are measured, the rest stay pending.
 unsigned closest_position() {
+  // A pending first pair is NaN only if its lower bound is undefined.
+  if (pair_cache.bound[0] == -kInfinity) measure_exactly(0);
   if (std::isnan(pair_cache.distance[0])) return 0;
-  float smallest = smallest_exact_distance();
-  for (std::uint64_t open = pairs_bounded_by(smallest); open != 0; open &= open - 1) {
-    const unsigned p = static_cast<unsigned>(std::countr_zero(open));
-    if (!(pair_cache.bound[p] <= smallest)) continue;  // a pair measured before is closer
-    measure_exactly(p);
-    if (pair_cache.distance[p] < smallest) smallest = pair_cache.distance[p];
+  const float smallest_upper = smallest_of(pair_cache.upper);
+  const float smallest_exact = smallest_of(pair_cache.distance);
+  float limit = smallest_exact < smallest_upper ? smallest_exact : smallest_upper;
+  const std::uint64_t candidates = pairs_within(limit);
+  // One bit alone (has_single_bit would call a popcount routine on x86-64).
+  if (candidates != 0 && (candidates & (candidates - 1)) == 0) {
+    return static_cast<unsigned>(std::countr_zero(candidates));
   }
-  return first_position_of(smallest);
+  for (std::uint64_t open = candidates; open != 0; open &= open - 1) {
+    const unsigned p = static_cast<unsigned>(std::countr_zero(open));
+    // Exact pairs, and pairs beyond a pair measured before, are passed over.
+    if (!(pair_cache.bound[p] <= limit)) continue;
+    measure_exactly(p);
+    if (pair_cache.distance[p] < limit) limit = pair_cache.distance[p];
+  }
+  return first_position_of(smallest_of(pair_cache.distance));
 }
 
 // Where each pair of the scan is kept in pair_distance.
@@ -338,10 +379,11 @@ SlotPair scan_pairs() {
   remeasure_changed_pairs(changed);
   track_smallest_count();
   const unsigned closest = closest_position();
-  closest_distance = pair_cache.distance[closest];
+  pair_cache.closest = static_cast<std::uint8_t>(closest);
   if (distances_deferred) {
     pass_while_deferred = true;
   } else {
+    closest_distance = pair_cache.distance[closest];
     write_pair_distances();
   }
   leave_last_pair_workspace();
@@ -406,7 +448,10 @@ void defer_pair_distances() {
 }
 
 void settle_pair_distances() {
-  if (distances_deferred && pass_while_deferred) write_pair_distances();
+  if (distances_deferred && pass_while_deferred) {
+    write_pair_distances();
+    closest_distance = pair_cache.distance[pair_cache.closest];
+  }
   distances_deferred = false;
   pass_while_deferred = false;
 }

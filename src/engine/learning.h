@@ -27,12 +27,13 @@ void learning_update(const float* signal);
 // compare the two ways).
 void forget_pair_distances();
 
-// A run of learning updates may leave pair_distance behind until the run ends:
-// after defer_pair_distances, passes keep their distances to themselves (and
-// skip measuring exactly those that cannot be the closest pair), and
-// settle_pair_distances writes the last pass's distances, exactly as that pass
-// would have. Every other global is up to date after each update. Between the
-// two, nothing but learning_update may write the model.
+// A run of learning updates may leave pair_distance and closest_distance
+// behind until the run ends: after defer_pair_distances, passes keep their
+// distances to themselves (and measure exactly only those that bounds cannot
+// rule in or out as the closest pair), and settle_pair_distances writes the
+// last pass's distances, exactly as that pass would have. Every other global
+// is up to date after each update. Between the two, nothing but
+// learning_update may write the model.
 void defer_pair_distances();
 void settle_pair_distances();
 

@@ -113,20 +113,27 @@ TEST(DistanceBounds, FourLanesGiveTheScalarBounds) {
     for (int l = 0; l < 4; ++l) {
       float y[3];
       for (int c = 0; c < 3; ++c) {
-        y[c] = l == 0 ? x[c] : (l == 1 ? -x[c] : spread(random));
+        // The same vector, the opposite one, a close one (where the upper
+        // bound is kept) and any other.
+        const float close = x[c] + spread(random) * 0.01f;
+        y[c] = l == 0 ? x[c] : (l == 1 ? -x[c] : (l == 2 ? close : spread(random)));
         if ((trial + l) % 11 == 0) y[c] = odd[(trial + c) % 5];
         lanes[c][l] = y[c];
       }
       norms[l] = angle_norm(y, 3);
     }
-    float bounds[4];
+    float low[4];
+    float high[4];
     const float* const coordinates[3] = {lanes[0], lanes[1], lanes[2]};
-    angle_manhattan_lower_bounds4(x, angle_norm(x, 3), coordinates, norms, bounds);
+    angle_manhattan_bounds4(x, angle_norm(x, 3), coordinates, norms, low, high);
     for (int l = 0; l < 4; ++l) {
       const float y[3] = {lanes[0][l], lanes[1][l], lanes[2][l]};
-      const float scalar =
-          angle_manhattan_lower_bound(angle_manhattan_parts(x, y, angle_norm(x, 3), norms[l]));
-      ASSERT_EQ(std::bit_cast<std::uint32_t>(bounds[l]), std::bit_cast<std::uint32_t>(scalar))
+      const AngleManhattanParts parts = angle_manhattan_parts(x, y, angle_norm(x, 3), norms[l]);
+      ASSERT_EQ(std::bit_cast<std::uint32_t>(low[l]),
+                std::bit_cast<std::uint32_t>(angle_manhattan_lower_bound(parts)))
+          << "trial " << trial << " lane " << l;
+      ASSERT_EQ(std::bit_cast<std::uint32_t>(high[l]),
+                std::bit_cast<std::uint32_t>(angle_manhattan_upper_bound(parts)))
           << "trial " << trial << " lane " << l;
     }
   }
