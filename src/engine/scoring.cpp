@@ -1,6 +1,8 @@
 #include "engine/scoring.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "base/min_max.h"
@@ -10,6 +12,23 @@
 #include "engine/model.h"
 
 namespace vtl {
+
+// g x (radius / d) falls as d grows (both roundings are monotonic), so the
+// distances that vote 100 run from 0 (radius / 0 is +infinity) up to the
+// reach, which is found among the floats' bit patterns.
+float reach_of_100(float radius, float g) {
+  std::uint32_t votes = 0;                  // 0.0 votes 100
+  std::uint32_t falls_short = 0x7f800000u;  // +infinity votes 0 (or NaN)
+  while (falls_short - votes > 1) {
+    const std::uint32_t middle = votes + (falls_short - votes) / 2;
+    if (g * (radius / std::bit_cast<float>(middle)) >= 100.0f) {
+      votes = middle;
+    } else {
+      falls_short = middle;
+    }
+  }
+  return std::bit_cast<float>(votes);
+}
 
 namespace {
 
@@ -47,6 +66,30 @@ void leave_workspace_of(unsigned k, const float* signal) {
   }
 }
 
+// reach_of_100 of each slot, kept while its radius and g stay the same: a run
+// of detections meets the same model and sensitivity every time.
+struct ReachCache {
+  bool known = false;
+  std::uint32_t radius_bits = 0;
+  std::uint32_t g_bits = 0;
+  float reach = 0.0f;
+};
+
+ReachCache reaches[kClusterSlots];
+
+float slot_reach_of_100(unsigned k, float radius, float g) {
+  ReachCache& cache = reaches[k];
+  const std::uint32_t radius_bits = std::bit_cast<std::uint32_t>(radius);
+  const std::uint32_t g_bits = std::bit_cast<std::uint32_t>(g);
+  if (!cache.known || cache.radius_bits != radius_bits || cache.g_bits != g_bits) {
+    cache.reach = reach_of_100(radius, g);
+    cache.radius_bits = radius_bits;
+    cache.g_bits = g_bits;
+    cache.known = true;
+  }
+  return cache.reach;
+}
+
 // The plain loop for the reset selectors and 0 < g < infinity, with bounds of
 // the distance in the place of acosf where they settle a vote: a slot whose
 // largest possible distance already gives 100 ends the loop, and one whose
@@ -72,14 +115,16 @@ float bounded_score(const float* signal, float signal_norm, float g) {
     const AngleManhattanParts parts =
         angle_manhattan_parts(cluster.center, signal, center_norm(k), signal_norm);
     const float chord = chord_of(parts.cosine);
-    // A NaN bound (a NaN part, or 0 x infinity) fails both tests.
+    // A NaN bound (a NaN part, or 0 x infinity) fails both tests. A bound
+    // above 0 is compared with the reach of 100 instead of being divided.
+    const float reach = slot_reach_of_100(k, cluster.radius, g);
     const float high = angle_upper_bound_of_chord(chord) * parts.manhattan;
-    if (g * (cluster.radius / high) >= 100.0f) {
+    if (high > 0.0f ? high <= reach : g * (cluster.radius / high) >= 100.0f) {
       leave_workspace_of(k, signal);
       return 100.0f;
     }
     const float low = angle_lower_bound_of_chord(chord) * parts.manhattan;
-    if (low > 0.0f && g * (cluster.radius / low) < 100.0f) {
+    if (low > reach) {
       deferred[deferred_count] = parts;
       deferred_slots[deferred_count++] = k;
       continue;

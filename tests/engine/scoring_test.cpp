@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <limits>
 #include <random>
+#include <utility>
+#include <vector>
 
 #include "base/min_max.h"
 #include "distance/measure.h"
@@ -103,6 +105,33 @@ TEST(Scoring, DetectionTruncatesTheScoreToTheByte) {
   sensitivity = 1.0f;
 }
 
+// The reach of 100 must be the last float distance that votes 100: one ulp
+// further must vote less, for radii and scales across the float range.
+TEST(Scoring, TheReachOf100IsTheLastDistanceThatVotes100) {
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  const auto votes_100 = [](float radius, float g, float d) { return g * (radius / d) >= 100.0f; };
+  std::mt19937 random(7);
+  std::uniform_real_distribution<float> exponent(-40.0f, 38.0f);
+  std::vector<std::pair<float, float>> cases = {{1.0f, 90.0f * (1.0f / kFactor)},
+                                                {1e-45f, 1.0f},
+                                                {3.4e38f, 1e-30f},
+                                                {kInf, 1.0f},
+                                                {1e-40f, 1e30f},
+                                                {5.0f, 1e-38f}};
+  for (int i = 0; i < 5000; ++i) {
+    cases.emplace_back(std::pow(10.0f, exponent(random)), std::pow(10.0f, exponent(random)));
+  }
+  for (const auto& [radius, g] : cases) {
+    if (!(radius > 0.0f) || !(g > 0.0f) || g == kInf) continue;
+    const float reach = reach_of_100(radius, g);
+    ASSERT_TRUE(votes_100(radius, g, reach)) << radius << " " << g;
+    ASSERT_FALSE(votes_100(radius, g, std::nextafter(reach, kInf))) << radius << " " << g;
+    ASSERT_TRUE(votes_100(radius, g, reach / 2.0f)) << radius << " " << g;
+  }
+  // Radius 1 and sensitivity 1 vote 100 up to a distance of 90 / 0.29 / 100.
+  EXPECT_NEAR(reach_of_100(1.0f, 90.0f * (1.0f / kFactor)), 0.9f / 0.29f, 1e-6f);
+}
+
 // Scoring as the algorithm states it: every merged slot measured with
 // measure_distance, in order, until a vote of 100.
 float plain_score(const float* signal, float factor) {
@@ -129,7 +158,7 @@ TEST(Scoring, BoundedScoringEqualsThePlainLoop) {
   std::normal_distribution<float> noise(0.0f, 1.0f);
   constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
   constexpr float kInf = std::numeric_limits<float>::infinity();
-  const float odd[] = {kNaN, kInf, -kInf, 0.0f, -0.0f, 1e-40f, 3e38f};
+  const float odd[] = {kNaN, kInf, -kInf, 0.0f, -0.0f, 1e-40f, 3e38f, 1e-45f};
   const float sensitivities[] = {1.0f, 0.5f, 2.0f, 100.0f, 1e-3f, 0.0f, -1.0f, kNaN, kInf};
   for (int model = 0; model < 400; ++model) {
     engine_reset();
@@ -142,7 +171,7 @@ TEST(Scoring, BoundedScoringEqualsThePlainLoop) {
       slot.count = static_cast<std::uint16_t>(random() % 3 == 0 ? 1 : 2 + random() % 100);
       slot.radius = std::fabs(noise(random)) * 0.05f;
       for (float& c : slot.center) c = noise(random);
-      if (random() % 25 == 0) slot.radius = odd[random() % 7];
+      if (random() % 25 == 0) slot.radius = odd[random() % 8];
       if (random() % 25 == 0) slot.center[random() % 3] = odd[random() % 7];
     }
     for (int trial = 0; trial < 50; ++trial) {
