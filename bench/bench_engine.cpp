@@ -44,6 +44,48 @@ void BM_LearnRun(benchmark::State& state) {
 }
 BENCHMARK(BM_LearnRun);
 
+// The share of a run the front end's learning thread does for long files: the
+// radii go to a journal, 1024 signals at a time, and are replayed elsewhere.
+void BM_LearnRunJournaled(benchmark::State& state) {
+  vtl::vtl_anomalydetection_init();
+  const vtl::DeferredPairDistances run_of_signals;
+  static vtl::RadiusChange changes[1024];
+  vtl::RadiusJournal journal{changes, 1024, 0, 0};
+  vtl::journal_radii(&journal);
+  float signal[3];
+  std::uint32_t t = 0;
+  for (auto _ : state) {
+    reading(t++, signal);
+    benchmark::DoNotOptimize(vtl::vtl_anomalydetection_learn(signal));
+    if (journal.count == journal.capacity) journal.count = 0;
+  }
+  vtl::journal_radii(nullptr);
+}
+BENCHMARK(BM_LearnRunJournaled);
+
+// The other share: replaying one journaled change (a merge with its radius
+// distances, or an emptied slot).
+void BM_RadiusReplay(benchmark::State& state) {
+  vtl::vtl_anomalydetection_init();
+  static vtl::RadiusChange changes[1024];
+  vtl::RadiusJournal journal{changes, 1024, 0, 0};
+  vtl::journal_radii(&journal);
+  float signal[3];
+  for (std::uint32_t t = 0; journal.count < journal.capacity; ++t) {
+    reading(t, signal);
+    vtl::vtl_anomalydetection_learn(signal);
+  }
+  vtl::journal_radii(nullptr);
+  vtl::RadiusLedger ledger;
+  ledger.open();
+  unsigned next = 0;
+  for (auto _ : state) {
+    ledger.apply(changes + next, 1);
+    next = (next + 1) % journal.count;
+  }
+}
+BENCHMARK(BM_RadiusReplay);
+
 void BM_Detect(benchmark::State& state) {
   vtl::vtl_anomalydetection_init();
   float signal[3];

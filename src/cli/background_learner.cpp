@@ -3,11 +3,13 @@
 #include <system_error>
 
 #include "engine/interface.h"
+#include "engine/learning.h"
 
 namespace vtl {
 
 BackgroundLearner::BackgroundLearner(std::int32_t count) : threaded_(count >= kTwoThreadsFrom) {
   if (!threaded_) return;
+  radii_.open();
   try {
     engine_ = std::thread([this] { learn_batches(); });
   } catch (const std::system_error&) {
@@ -19,8 +21,12 @@ BackgroundLearner::~BackgroundLearner() { finish(); }
 
 void BackgroundLearner::learn_batches() {
   for (;;) {
-    const Batch& batch = batches_.take();
+    Batch& batch = batches_.take();
+    RadiusJournal journal{batch.radius_changes, kSignalsPerBatch, 0, 0};
+    journal_radii(&journal);
     for (unsigned k = 0; k < batch.count; ++k) vtl_anomalydetection_learn(batch.values[k]);
+    journal_radii(nullptr);
+    batch.radius_change_count = journal.count;
     const bool last = batch.last;
     batches_.give_back();
     if (last) return;
@@ -28,10 +34,13 @@ void BackgroundLearner::learn_batches() {
 }
 
 // The batch being filled, begun when there is none. The learner never stops
-// before the last batch, so a slot always comes free.
+// before the last batch, so a slot always comes free. Batches come back in the
+// order they were handed over, so a batch that comes back for filling is the
+// oldest one not replayed.
 BackgroundLearner::Batch& BackgroundLearner::filling() {
   if (filling_ == nullptr) {
     filling_ = batches_.begin_fill();
+    if (unreplayed_count_ == kBatchesInFlight) replay_oldest_radii();
     filling_->count = 0;
   }
   return *filling_;
@@ -39,8 +48,18 @@ BackgroundLearner::Batch& BackgroundLearner::filling() {
 
 void BackgroundLearner::hand_over(bool last) {
   filling_->last = last;
+  unreplayed_[(oldest_unreplayed_ + unreplayed_count_) % kBatchesInFlight] = filling_;
+  ++unreplayed_count_;
   batches_.publish();
   filling_ = nullptr;
+}
+
+// Only for a batch the learner has given back.
+void BackgroundLearner::replay_oldest_radii() {
+  Batch& oldest = *unreplayed_[oldest_unreplayed_];
+  radii_.apply(oldest.radius_changes, oldest.radius_change_count);
+  oldest_unreplayed_ = (oldest_unreplayed_ + 1) % kBatchesInFlight;
+  --unreplayed_count_;
 }
 
 void BackgroundLearner::learn(const float* values) {
@@ -61,6 +80,8 @@ void BackgroundLearner::finish() {
   filling();  // the last batch, empty when the signals filled the one before
   hand_over(true);
   engine_.join();
+  while (unreplayed_count_ > 0) replay_oldest_radii();
+  radii_.close();
   threaded_ = false;
 }
 

@@ -41,7 +41,7 @@ class BatchRing {
   }
 
   // The oldest published batch that was not given back yet.
-  const Batch& take() {
+  Batch& take() {
     for (std::uint32_t filled = filled_.load(std::memory_order_acquire); filled == taking_;
          filled = filled_.load(std::memory_order_acquire)) {
       filled_.wait(filled, std::memory_order_acquire);

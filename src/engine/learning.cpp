@@ -396,23 +396,45 @@ float larger_radius(float radius_a, float radius_b) {
   return radius_a > radius_b ? radius_a : radius_b;
 }
 
+// Where a merge writes its side results and finds the selectors: the engine's
+// globals, or the replay's own (RadiusLedger replays merges beside the updates,
+// on another thread). Both run the same code, down to which NaN an operation
+// keeps where two meet.
+struct MergePlace {
+  float* saved_center;
+  float* workspace;
+  const std::uint8_t* primary;
+  const std::uint8_t* secondary;
+};
+
+constexpr MergePlace kEngineMerge{merge_saved_center, distance_workspace, &measure_primary,
+                                  &measure_secondary};
+
+float replay_saved_center[kSignalLength];
+float replay_workspace[kSignalLength];
+std::uint8_t replay_primary;
+std::uint8_t replay_secondary;
+constexpr MergePlace kReplayMerge{replay_saved_center, replay_workspace, &replay_primary,
+                                  &replay_secondary};
+
 // The merge's radius with the reset selectors, from the new center of a, its
-// old one (merge_saved_center) and b's: (1 / n) x distance + radius is
+// old one (the saved center) and b's: (1 / n) x distance + radius is
 // monotonic in the distance under rounding, so when the bounds of the two
 // candidates do not overlap only the larger one is measured exactly. A range
 // that holds a NaN or an undefined bound never decides (a NaN bound fails
 // every test, an infinite one passes none), so NaN candidates are measured.
-// Leaves in distance_workspace what measuring b against the new center does.
+// Leaves in the workspace what measuring b against the new center does.
+template <const MergePlace& kPlace>
 float merged_radius_angle_manhattan(const ClusterRecord& a, const ClusterRecord& b, float na,
                                     float nb) {
-  const bool angle_first = measure_primary == 4;
+  const bool angle_first = *kPlace.primary == 4;
   const float center_norm = angle_norm(a.center, kSignalLength);
   const AngleManhattanParts moved = angle_manhattan_parts(
-      a.center, merge_saved_center, center_norm, angle_norm(merge_saved_center, kSignalLength));
+      a.center, kPlace.saved_center, center_norm, angle_norm(kPlace.saved_center, kSignalLength));
   const AngleManhattanParts spread =
       angle_manhattan_parts(a.center, b.center, center_norm, angle_norm(b.center, kSignalLength));
   for (unsigned c = 0; c < kSignalLength; ++c) {
-    distance_workspace[c] = negate_if_negative(a.center[c] - b.center[c]);
+    kPlace.workspace[c] = negate_if_negative(a.center[c] - b.center[c]);
   }
   const float scale_a = 1.0f / na;
   const float scale_b = 1.0f / nb;
@@ -428,6 +450,97 @@ float merged_radius_angle_manhattan(const ClusterRecord& a, const ClusterRecord&
   }
   return larger_radius(scale_a * angle_manhattan_distance(moved, angle_first) + a.radius,
                        scale_b * angle_manhattan_distance(spread, angle_first) + b.radius);
+}
+
+// merge_clusters, writing its side results where kPlace says; without
+// kWithRadius, a's radius is left as it is (for a journal's replay to work
+// out) and everything else is written as ever.
+template <const MergePlace& kPlace, bool kWithRadius>
+void merge_records(ClusterRecord* a, ClusterRecord* b) {
+  kPlace.saved_center[0] = a->center[0];
+  kPlace.saved_center[1] = a->center[1];
+  kPlace.saved_center[2] = a->center[2];
+
+  const float na = static_cast<float>(a->count);
+  const float nb = static_cast<float>(b->count);
+  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
+  const float total = static_cast<float>(count_sum);
+  // The new center moves from the center of the larger cluster.
+  if (na >= nb) {
+    const float w = nb / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
+    }
+  } else {
+    const float w = na / total;
+    for (unsigned c = 0; c < kSignalLength; ++c) {
+      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
+    }
+  }
+
+  if (is_angle_manhattan(*kPlace.primary, *kPlace.secondary)) {
+    if constexpr (kWithRadius) {
+      a->radius = merged_radius_angle_manhattan<kPlace>(*a, *b, na, nb);
+    } else {
+      for (unsigned c = 0; c < kSignalLength; ++c) {
+        kPlace.workspace[c] = negate_if_negative(a->center[c] - b->center[c]);
+      }
+    }
+  } else {
+    const float moved = measure_distance(1, *kPlace.primary, *kPlace.secondary, a->center,
+                                         kPlace.saved_center, kPlace.workspace, kSignalLength);
+    const float spread = measure_distance(1, *kPlace.primary, *kPlace.secondary, a->center,
+                                          b->center, kPlace.workspace, kSignalLength);
+    if constexpr (kWithRadius) {
+      a->radius = larger_radius((1.0f / na) * moved + a->radius, (1.0f / nb) * spread + b->radius);
+    }
+  }
+  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
+  empty_slot(b);
+}
+
+// The journal updates hand their radius changes to, if any.
+RadiusJournal* radius_journal = nullptr;
+
+// The journal's next free change, or a scratch one when it has no room (the
+// change is then counted as lost).
+RadiusChange& next_radius_change() {
+  if (radius_journal->count < radius_journal->capacity) {
+    return radius_journal->changes[radius_journal->count++];
+  }
+  static RadiusChange discarded;
+  ++radius_journal->lost;
+  return discarded;
+}
+
+// A merge of the learning step, its radius left to the journal when there is one.
+void merge_slots(std::uint8_t slot_a, std::uint8_t slot_b) {
+  ClusterRecord& a = cluster_table[slot_a];
+  ClusterRecord& b = cluster_table[slot_b];
+  if (radius_journal == nullptr) {
+    merge_records<kEngineMerge, true>(&a, &b);
+    return;
+  }
+  RadiusChange& change = next_radius_change();
+  change.kind = RadiusChange::Kind::merged;
+  change.primary = measure_primary;
+  change.secondary = measure_secondary;
+  change.survivor = slot_a;
+  change.emptied = slot_b;
+  change.survivor_count = a.count;
+  change.absorbed_count = b.count;
+  copy_center(change.survivor_center, a.center);
+  copy_center(change.absorbed_center, b.center);
+  merge_records<kEngineMerge, false>(&a, &b);
+}
+
+// Empties the smallest cluster when both of the closest pair are large.
+void drop_slot(std::uint8_t slot) {
+  empty_slot(&cluster_table[slot]);
+  if (radius_journal == nullptr) return;
+  RadiusChange& change = next_radius_change();
+  change.kind = RadiusChange::Kind::emptied;
+  change.emptied = slot;
 }
 
 }  // namespace
@@ -474,7 +587,7 @@ void learning_update(const float* signal) {
   if (a.count > kLargeClusterAbove && b.count > kLargeClusterAbove) {
     // Both large: drop the smallest cluster if it is small, else the new signal.
     if (cluster_table[smallest_count_slot].count > kKeepSmallestAbove) return;
-    empty_slot(&cluster_table[smallest_count_slot]);
+    drop_slot(smallest_count_slot);
     spare_slot = smallest_count_slot;
     smallest_count = kSmallestCountUnknown;
     return;
@@ -482,44 +595,44 @@ void learning_update(const float* signal) {
   if (smallest_count_slot == closest.a || smallest_count_slot == closest.b) {
     smallest_count = kSmallestCountUnknown;
   }
-  merge_clusters(&a, &b);
+  merge_slots(closest.a, closest.b);
   spare_slot = closest.b;
 }
 
 std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b) {
-  merge_saved_center[0] = a->center[0];
-  merge_saved_center[1] = a->center[1];
-  merge_saved_center[2] = a->center[2];
-
-  const float na = static_cast<float>(a->count);
-  const float nb = static_cast<float>(b->count);
-  const std::int32_t count_sum = static_cast<std::int32_t>(a->count) + b->count;
-  const float total = static_cast<float>(count_sum);
-  // The new center moves from the center of the larger cluster.
-  if (na >= nb) {
-    const float w = nb / total;
-    for (unsigned c = 0; c < kSignalLength; ++c) {
-      a->center[c] = a->center[c] + w * (b->center[c] - a->center[c]);
-    }
-  } else {
-    const float w = na / total;
-    for (unsigned c = 0; c < kSignalLength; ++c) {
-      a->center[c] = b->center[c] + w * (a->center[c] - b->center[c]);
-    }
-  }
-
-  if (is_angle_manhattan(measure_primary, measure_secondary)) {
-    a->radius = merged_radius_angle_manhattan(*a, *b, na, nb);
-  } else {
-    const float moved = measure_distance(1, measure_primary, measure_secondary, a->center,
-                                         merge_saved_center, distance_workspace, kSignalLength);
-    const float spread = measure_distance(1, measure_primary, measure_secondary, a->center,
-                                          b->center, distance_workspace, kSignalLength);
-    a->radius = larger_radius((1.0f / na) * moved + a->radius, (1.0f / nb) * spread + b->radius);
-  }
-  a->count = static_cast<std::uint16_t>(count_sum > 65535 ? 65535 : count_sum);
-  empty_slot(b);
+  merge_records<kEngineMerge, true>(a, b);
   return 1;
+}
+
+void journal_radii(RadiusJournal* journal) { radius_journal = journal; }
+
+void RadiusLedger::open() {
+  for (unsigned k = 0; k < kClusterSlots; ++k) radius_[k] = cluster_table[k].radius;
+}
+
+// Each merge is done again on copies of the two records as they were, with
+// the radii worked out so far, and gives the survivor's radius.
+void RadiusLedger::apply(const RadiusChange* changes, unsigned count) {
+  for (unsigned i = 0; i < count; ++i) {
+    const RadiusChange& change = changes[i];
+    const unsigned emptied = slot_in_table(change.emptied);
+    if (change.kind == RadiusChange::Kind::merged) {
+      const unsigned survivor = slot_in_table(change.survivor);
+      ClusterRecord a{change.survivor_count, radius_[survivor], {}};
+      ClusterRecord b{change.absorbed_count, radius_[emptied], {}};
+      copy_center(a.center, change.survivor_center);
+      copy_center(b.center, change.absorbed_center);
+      replay_primary = change.primary;
+      replay_secondary = change.secondary;
+      merge_records<kReplayMerge, true>(&a, &b);
+      radius_[survivor] = a.radius;
+    }
+    radius_[emptied] = 0.0f;
+  }
+}
+
+void RadiusLedger::close() const {
+  for (unsigned k = 0; k < kClusterSlots; ++k) cluster_table[k].radius = radius_[k];
 }
 
 }  // namespace vtl

@@ -46,6 +46,56 @@ class DeferredPairDistances {
   DeferredPairDistances& operator=(const DeferredPairDistances&) = delete;
 };
 
+// What one learning update does to the radii: a merge (the two records as
+// they were before it, radii apart, and the selectors) or an emptied slot.
+struct RadiusChange {
+  enum class Kind : std::uint8_t { emptied, merged };
+  Kind kind;
+  std::uint8_t primary;  // merged: measure_primary and measure_secondary
+  std::uint8_t secondary;
+  std::uint8_t survivor;         // merged: the slot that survives the merge
+  std::uint8_t emptied;          // the slot emptied (a merge's absorbed cluster)
+  std::uint16_t survivor_count;  // merged: the counts and centers before it
+  std::uint16_t absorbed_count;
+  float survivor_center[kSignalLength];
+  float absorbed_center[kSignalLength];
+};
+
+// Room for the changes of a run of updates, filled in order. A change that
+// finds no room is counted in lost and not kept (the radii are then lost too).
+struct RadiusJournal {
+  RadiusChange* changes;
+  unsigned capacity;
+  unsigned count;
+  unsigned lost;
+};
+
+// While a journal is set, learning updates leave the radii in the table alone
+// and append what they do to them to the journal instead, for a RadiusLedger
+// to replay (on another thread, say); everything else they write is written
+// as before. nullptr ends the journaling. The journal belongs to the thread
+// that runs the updates until then. A run that journals must replay the whole
+// journal before anything else reads or writes the radii.
+void journal_radii(RadiusJournal* journal);
+
+// Radii worked out from journals, apart from the table. Nothing a learning
+// update decides depends on a radius, so the radius arithmetic of a run (one
+// or two acosf a merge) can be left to another thread. Only one ledger may
+// replay at a time.
+class RadiusLedger {
+ public:
+  // Takes the radii the table holds now, before the journaled updates.
+  void open();
+  // Replays changes in order, exactly as the merges would have worked the radii
+  // out; slot numbers beyond the table are taken as its last slot.
+  void apply(const RadiusChange* changes, unsigned count);
+  // Writes the radii worked out into the table.
+  void close() const;
+
+ private:
+  float radius_[kClusterSlots] = {};
+};
+
 // Merges b into a (a survives, b gets the empty-slot marker); returns 1.
 // A count sum above 65535 is kept at 65535.
 std::int32_t merge_clusters(ClusterRecord* a, ClusterRecord* b);

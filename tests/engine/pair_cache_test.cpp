@@ -4,7 +4,8 @@
 // radius candidate that its bounds cannot rule out. Long random sequences run
 // through that pass, through one that measures all 45 pairs every time and
 // through a plain pass and merge written here from the algorithm must leave
-// every global of the engine identical, bit for bit.
+// every global of the engine identical, bit for bit. So must runs that
+// journal their radius changes and replay them afterwards.
 
 #include <gtest/gtest.h>
 
@@ -501,6 +502,110 @@ TEST(PairCache, ACenterWrittenFromOutsideIsMeasuredAgain) {
   EngineSnapshot full;
   capture_engine(full);
   expect_same(cached, full, 31);
+}
+
+// Runs of random length between knowledge imports (which bring every selector
+// pair, so merges of every measure are replayed) journal their radii and
+// replay them at the end of the run, as the front end's learning thread does;
+// the result must be the radii worked out at once, bit for bit, NaNs included.
+TEST(PairCache, JournaledRadiiEqualRadiiWorkedOutAtOnce) {
+  for (unsigned seed = 31; seed <= 34; ++seed) {
+    SCOPED_TRACE(seed);
+    const std::vector<Step> steps = random_sequence(seed, 3000);
+    std::vector<EngineSnapshot> direct(steps.size());
+    restore_engine(EngineSnapshot{});
+    vtl_anomalydetection_init();
+    for (std::size_t s = 0; s < steps.size(); ++s) {
+      run(steps[s]);
+      capture_engine(direct[s]);
+    }
+    restore_engine(EngineSnapshot{});
+    vtl_anomalydetection_init();
+    std::mt19937 random(seed);
+    std::size_t s = 0;
+    while (s < steps.size()) {
+      if (steps[s].import) vtl_anomalydetection_knowledge(steps[s].knowledge);
+      std::size_t end = std::min(steps.size(), s + 1 + random() % 700);
+      for (std::size_t later = s + 1; later < end; ++later) {
+        if (steps[later].import) end = later;  // nothing but learning inside a run
+      }
+      std::vector<RadiusChange> changes(end - s);
+      RadiusJournal journal{changes.data(), static_cast<unsigned>(changes.size()), 0, 0};
+      RadiusLedger ledger;
+      ledger.open();
+      {
+        const DeferredPairDistances run_of_signals;
+        journal_radii(&journal);
+        for (std::size_t in_run = s; in_run < end; ++in_run) {
+          vtl_anomalydetection_learn(steps[in_run].signal);
+          // Everything but the radii and the pair distances is up to date.
+          EngineSnapshot now;
+          capture_engine(now);
+          for (unsigned k = 0; k < kClusterSlots; ++k)
+            now.cluster_table[k].radius = direct[in_run].cluster_table[k].radius;
+          expect_same(now, direct[in_run], static_cast<int>(in_run), false);
+          if (HasFatalFailure()) break;
+        }
+        journal_radii(nullptr);
+      }
+      if (HasFatalFailure()) return;
+      ASSERT_EQ(journal.lost, 0u);
+      ASSERT_LE(journal.count, changes.size());
+      ledger.apply(changes.data(), journal.count);
+      ledger.close();
+      EngineSnapshot replayed;
+      capture_engine(replayed);
+      expect_same(replayed, direct[end - 1], static_cast<int>(end - 1));
+      if (HasFatalFailure()) return;
+      s = end;
+    }
+  }
+}
+
+// A journal without room counts the change as lost and writes nothing; the
+// merge itself happens as always. A ledger takes slot numbers beyond the table
+// as its last slot.
+TEST(PairCache, AFullJournalLosesChangesAndALedgerStaysInTheTable) {
+  restore_engine(EngineSnapshot{});
+  vtl_anomalydetection_init();
+  for (int s = 0; s < 10; ++s) {
+    const float signal[3] = {static_cast<float>(s), 1.0f, 2.0f};
+    RadiusChange guard[2] = {};
+    guard[0].survivor = 77;
+    RadiusJournal journal{guard, 0, 0, 0};
+    journal_radii(&journal);
+    vtl_anomalydetection_learn(signal);
+    journal_radii(nullptr);
+    EXPECT_EQ(journal.count, 0u);
+    EXPECT_EQ(journal.lost, s == 9 ? 1u : 0u);  // the 10th signal merges
+    EXPECT_EQ(guard[0].survivor, 77);
+  }
+  // The merge happened all the same.
+  EXPECT_EQ(std::count_if(cluster_table, cluster_table + kClusterSlots,
+                          [](const ClusterRecord& slot) { return slot.count == 2; }),
+            1);
+
+  for (unsigned k = 0; k < kClusterSlots; ++k) cluster_table[k].radius = 0.5f;
+  RadiusLedger ledger;
+  ledger.open();
+  RadiusChange far[2] = {};
+  far[0].kind = RadiusChange::Kind::emptied;
+  far[0].emptied = 255;
+  // Squared Euclidean distances: (0, 0, 0) and (2, 0, 0) merge at (1, 0, 0),
+  // each 1 away, so the radius is the larger of 1 + 0 and 1 + 0.5.
+  far[1].kind = RadiusChange::Kind::merged;
+  far[1].primary = 2;
+  far[1].secondary = 2;
+  far[1].survivor = 200;
+  far[1].emptied = 3;
+  far[1].survivor_count = 1;
+  far[1].absorbed_count = 1;
+  far[1].absorbed_center[0] = 2.0f;
+  ledger.apply(far, 2);
+  ledger.close();
+  EXPECT_EQ(cluster_table[9].radius, 1.5f);
+  EXPECT_EQ(cluster_table[3].radius, 0.0f);
+  EXPECT_EQ(cluster_table[2].radius, 0.5f);
 }
 
 }  // namespace
