@@ -586,13 +586,15 @@ TEST(PairCache, AFullJournalLosesChangesAndALedgerStaysInTheTable) {
             1);
 
   for (unsigned k = 0; k < kClusterSlots; ++k) cluster_table[k].radius = 0.5f;
+  cluster_table[3].radius = 0.25f;
   RadiusLedger ledger;
   ledger.open();
   RadiusChange far[2] = {};
   far[0].kind = RadiusChange::Kind::emptied;
   far[0].emptied = 255;
   // Squared Euclidean distances: (0, 0, 0) and (2, 0, 0) merge at (1, 0, 0),
-  // each 1 away, so the radius is the larger of 1 + 0 and 1 + 0.5.
+  // each 1 away, so the radius is the larger of 1 + 0 (slot 9 was emptied)
+  // and 1 + 0.25.
   far[1].kind = RadiusChange::Kind::merged;
   far[1].primary = 2;
   far[1].secondary = 2;
@@ -603,9 +605,46 @@ TEST(PairCache, AFullJournalLosesChangesAndALedgerStaysInTheTable) {
   far[1].absorbed_center[0] = 2.0f;
   ledger.apply(far, 2);
   ledger.close();
-  EXPECT_EQ(cluster_table[9].radius, 1.5f);
+  EXPECT_EQ(cluster_table[9].radius, 1.25f);
   EXPECT_EQ(cluster_table[3].radius, 0.0f);
   EXPECT_EQ(cluster_table[2].radius, 0.5f);
+}
+
+// A signal of -0 merged into a cluster at +0 leaves |+0 - -0| = +0 in the
+// workspace (|-0 - +0| would be -0, as negating keeps the sign of a zero),
+// journaled as at once.
+TEST(PairCache, AJournaledMergeLeavesTheWorkspaceOfOneAtOnce) {
+  restore_engine(EngineSnapshot{});
+  vtl_anomalydetection_init();
+  for (unsigned k = 0; k < 9; ++k) {
+    cluster_table[k].count = 5;
+    cluster_table[k].center[0] = k == 2 ? 0.0f : 10.0f + static_cast<float>(k);
+    cluster_table[k].center[1] = 1.0f;
+    cluster_table[k].center[2] = 2.0f;
+  }
+  filled_slots = 9;
+  const float signal[3] = {-0.0f, 1.0f, 2.0f};
+  EngineSnapshot before;
+  capture_engine(before);
+  vtl_anomalydetection_learn(signal);
+  EngineSnapshot at_once;
+  capture_engine(at_once);
+  ASSERT_EQ(at_once.cluster_table[2].count, 6);
+  EXPECT_EQ(bits(at_once.distance_workspace[0]), bits(0.0f));
+
+  restore_engine(before);
+  RadiusChange changes[1];
+  RadiusJournal journal{changes, 1, 0, 0};
+  RadiusLedger ledger;
+  ledger.open();
+  journal_radii(&journal);
+  vtl_anomalydetection_learn(signal);
+  journal_radii(nullptr);
+  ledger.apply(changes, journal.count);
+  ledger.close();
+  EngineSnapshot journaled;
+  capture_engine(journaled);
+  expect_same(journaled, at_once, 1);
 }
 
 }  // namespace
