@@ -127,14 +127,17 @@ void find_changed_centers(bool* changed) {
 
 bool writes_workspace(std::uint8_t selector) { return selector != 3 && selector != 4; }
 
+// |x - y| coordinate by coordinate, as an element-wise measure of x and y
+// leaves it in its work vector.
+void leave_absolute_differences(const float* x, const float* y, float* workspace) {
+  for (unsigned c = 0; c < kSignalLength; ++c) workspace[c] = negate_if_negative(x[c] - y[c]);
+}
+
 // What measuring the last pair, (8, 9), leaves in the workspace: the absolute
 // coordinate differences when either measure is element-wise, else nothing.
 void leave_last_pair_workspace() {
   if (!writes_workspace(measure_secondary) && !writes_workspace(measure_primary)) return;
-  for (unsigned c = 0; c < kSignalLength; ++c) {
-    float difference = cluster_table[8].center[c] - cluster_table[9].center[c];
-    distance_workspace[c] = negate_if_negative(difference);
-  }
+  leave_absolute_differences(cluster_table[8].center, cluster_table[9].center, distance_workspace);
 }
 
 // The exact distance of the pair at scan position p, measured on the centers
@@ -433,9 +436,7 @@ float merged_radius_angle_manhattan(const ClusterRecord& a, const ClusterRecord&
       a.center, kPlace.saved_center, center_norm, angle_norm(kPlace.saved_center, kSignalLength));
   const AngleManhattanParts spread =
       angle_manhattan_parts(a.center, b.center, center_norm, angle_norm(b.center, kSignalLength));
-  for (unsigned c = 0; c < kSignalLength; ++c) {
-    kPlace.workspace[c] = negate_if_negative(a.center[c] - b.center[c]);
-  }
+  leave_absolute_differences(a.center, b.center, kPlace.workspace);
   const float scale_a = 1.0f / na;
   const float scale_b = 1.0f / nb;
   const float low_a = angle_manhattan_lower_bound(moved);
@@ -482,9 +483,7 @@ void merge_records(ClusterRecord* a, ClusterRecord* b) {
     if constexpr (kWithRadius) {
       a->radius = merged_radius_angle_manhattan<kPlace>(*a, *b, na, nb);
     } else {
-      for (unsigned c = 0; c < kSignalLength; ++c) {
-        kPlace.workspace[c] = negate_if_negative(a->center[c] - b->center[c]);
-      }
+      leave_absolute_differences(a->center, b->center, kPlace.workspace);
     }
   } else {
     const float moved = measure_distance(1, *kPlace.primary, *kPlace.secondary, a->center,

@@ -145,18 +145,24 @@ void run(const Step& step) {
   vtl_anomalydetection_learn(step.signal);
 }
 
+// The engine after each step, run one step at a time from a fresh init.
+std::vector<EngineSnapshot> snapshots_after_each(const std::vector<Step>& steps) {
+  std::vector<EngineSnapshot> after(steps.size());
+  restore_engine(EngineSnapshot{});
+  vtl_anomalydetection_init();
+  forget_pair_distances();
+  for (std::size_t s = 0; s < steps.size(); ++s) {
+    run(steps[s]);
+    capture_engine(after[s]);
+  }
+  return after;
+}
+
 TEST(PairCache, CachedPassesEqualFullPassesOverLongRandomSequences) {
   for (unsigned seed = 1; seed <= 6; ++seed) {
     SCOPED_TRACE(seed);
     const std::vector<Step> steps = random_sequence(seed, 3000);
-    std::vector<EngineSnapshot> cached(steps.size());
-    restore_engine(EngineSnapshot{});
-    vtl_anomalydetection_init();
-    forget_pair_distances();
-    for (std::size_t s = 0; s < steps.size(); ++s) {
-      run(steps[s]);
-      capture_engine(cached[s]);
-    }
+    const std::vector<EngineSnapshot> cached = snapshots_after_each(steps);
     restore_engine(EngineSnapshot{});
     vtl_anomalydetection_init();
     for (std::size_t s = 0; s < steps.size(); ++s) {
@@ -431,13 +437,7 @@ TEST(PairCache, ARunWritesThePairDistancesOfItsLastPassAtTheEnd) {
     SCOPED_TRACE(seed);
     std::vector<Step> steps = random_sequence(seed, 2000);
     for (Step& step : steps) step.import = false;  // nothing but learning inside a run
-    std::vector<EngineSnapshot> single(steps.size());
-    restore_engine(EngineSnapshot{});
-    vtl_anomalydetection_init();
-    for (std::size_t s = 0; s < steps.size(); ++s) {
-      run(steps[s]);
-      capture_engine(single[s]);
-    }
+    const std::vector<EngineSnapshot> single = snapshots_after_each(steps);
     restore_engine(EngineSnapshot{});
     vtl_anomalydetection_init();
     EngineSnapshot in_run;
@@ -512,13 +512,7 @@ TEST(PairCache, JournaledRadiiEqualRadiiWorkedOutAtOnce) {
   for (unsigned seed = 31; seed <= 34; ++seed) {
     SCOPED_TRACE(seed);
     const std::vector<Step> steps = random_sequence(seed, 3000);
-    std::vector<EngineSnapshot> direct(steps.size());
-    restore_engine(EngineSnapshot{});
-    vtl_anomalydetection_init();
-    for (std::size_t s = 0; s < steps.size(); ++s) {
-      run(steps[s]);
-      capture_engine(direct[s]);
-    }
+    const std::vector<EngineSnapshot> direct = snapshots_after_each(steps);
     restore_engine(EngineSnapshot{});
     vtl_anomalydetection_init();
     std::mt19937 random(seed);
@@ -608,6 +602,38 @@ TEST(PairCache, AFullJournalLosesChangesAndALedgerStaysInTheTable) {
   EXPECT_EQ(cluster_table[9].radius, 1.25f);
   EXPECT_EQ(cluster_table[3].radius, 0.0f);
   EXPECT_EQ(cluster_table[2].radius, 0.5f);
+}
+
+// A dropped signal leaves in the workspace what measuring the last pair does:
+// |+0 - -0| = +0 for slot 8 at +0 and the signal at -0 in slot 9 (|-0 - +0|
+// would be -0).
+TEST(PairCache, ADroppedSignalLeavesTheWorkspaceOfTheLastPair) {
+  restore_engine(EngineSnapshot{});
+  vtl_anomalydetection_init();
+  for (unsigned k = 0; k < 9; ++k) {
+    cluster_table[k].count = 60;
+    cluster_table[k].center[0] = k == 8 ? 0.0f : static_cast<float>(k / 2 * 2 + 3);
+    cluster_table[k].center[1] = 1.0f;
+    cluster_table[k].center[2] = 2.0f;
+  }
+  filled_slots = 9;
+  Step step{};
+  step.signal[0] = -0.0f;
+  step.signal[1] = -40.0f;
+  step.signal[2] = 30.0f;
+  EngineSnapshot before;
+  capture_engine(before);
+  run(step);
+  EngineSnapshot engine;
+  capture_engine(engine);
+  restore_engine(before);
+  run_plain(step);
+  EngineSnapshot plain;
+  capture_engine(plain);
+  expect_same(engine, plain, 1);
+  EXPECT_EQ(engine.cluster_table[9].count, 1);  // both of the closest pair are large
+  EXPECT_EQ(engine.cluster_table[0].count, 60);
+  EXPECT_EQ(bits(engine.distance_workspace[0]), bits(0.0f));
 }
 
 // A signal of -0 merged into a cluster at +0 leaves |+0 - -0| = +0 in the
