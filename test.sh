@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds a Release build and an AddressSanitizer + UndefinedBehaviorSanitizer
 # build and runs every test on both; then the format check, the warnings gate
-# (gcc and clang), two corners of the build matrix, and each fuzzer for a short
+# (gcc and clang), three corners of the build matrix (one of them with the
+# portable scalar forms of the vectorised routines), and each fuzzer for a short
 # while.
 # Exits non-zero when anything fails.
 set -euo pipefail
@@ -22,7 +23,7 @@ scripts/check_format.sh
 echo "=== warnings gate"
 scripts/check_warnings.sh
 echo "=== build matrix corners"
-scripts/build_matrix.sh gcc:O0:x86-64 clang:O3:x86-64-v3
+scripts/build_matrix.sh gcc:O0:x86-64 clang:O3:x86-64-v3 gcc:O2:x86-64:scalar
 echo "=== fuzzers, ${VTL_CI_FUZZ_SECONDS:-20} s each"
 scripts/fuzz.sh "${VTL_CI_FUZZ_SECONDS:-20}"
 echo "=== all tests passed"

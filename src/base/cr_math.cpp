@@ -18,7 +18,8 @@
 #include <cstdint>
 #include <limits>
 
-#if defined(__SSE2__)
+#include "base/simd.h"
+#if VTL_SIMD_SSE2
 #include <emmintrin.h>
 #endif
 
@@ -64,7 +65,7 @@ constexpr std::uint32_t kBelowFloatMask = (1u << 29) - 1;
 // The IEEE square root, correctly rounded. With SSE2 it is the instruction even
 // without optimisation, where std::sqrt may become a call into libm.
 inline double ieee_sqrt(double x) {
-#if defined(__SSE2__)
+#if VTL_SIMD_SSE2
   return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_setzero_pd(), _mm_set_sd(x)));
 #else
   return std::sqrt(x);

@@ -19,7 +19,8 @@
 #include <cstdint>
 #include <limits>
 
-#if defined(__SSE2__)
+#include "base/simd.h"
+#if VTL_SIMD_SSE2
 #include <emmintrin.h>
 #endif
 
@@ -106,7 +107,7 @@ inline float angle_manhattan_upper_bound(AngleManhattanParts parts) {
 // compute, one IEEE operation for another.
 inline void angle_manhattan_bounds4(const float* x, float x_norm, const float* const* y,
                                     const float* y_norm, float* low, float* high) {
-#if defined(__SSE2__)
+#if VTL_SIMD_SSE2
   const __m128 p0 = _mm_mul_ps(_mm_set1_ps(x[0]), _mm_loadu_ps(y[0]));
   const __m128 p1 = _mm_mul_ps(_mm_set1_ps(x[1]), _mm_loadu_ps(y[1]));
   const __m128 p2 = _mm_mul_ps(_mm_set1_ps(x[2]), _mm_loadu_ps(y[2]));

@@ -4,7 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#if defined(__SSE2__)
+#include "base/simd.h"
+#if VTL_SIMD_SSE2
 #include <xmmintrin.h>
 #endif
 
@@ -234,7 +235,7 @@ void remeasure_changed_pairs(const bool* changed) {
 // are NaN). Only the value is used, so the order of the comparisons does not
 // matter.
 float smallest_of(const float* values) {
-#if defined(__SSE2__)
+#if VTL_SIMD_SSE2
   // min_ps(v, m) is v < m ? v : m, so a NaN v leaves m.
   __m128 smallest = _mm_set1_ps(kInfinity);
   for (unsigned p = 0; p < kPaddedPairs; p += 4) {
@@ -259,7 +260,7 @@ float smallest_of(const float* values) {
 // reach, a pending pair whose lower bound is.
 std::uint64_t pairs_within(float reach) {
   std::uint64_t found = 0;
-#if defined(__SSE2__)
+#if VTL_SIMD_SSE2
   const __m128 limit = _mm_set1_ps(reach);
   for (unsigned p = 0; p < kPaddedPairs; p += 4) {
     const __m128 exact = _mm_cmple_ps(_mm_loadu_ps(pair_cache.distance + p), limit);
@@ -279,7 +280,7 @@ std::uint64_t pairs_within(float reach) {
 // Bit p set for each pending pair whose bound is at most the given distance.
 std::uint64_t pairs_bounded_by(float distance) {
   std::uint64_t found = 0;
-#if defined(__SSE2__)
+#if VTL_SIMD_SSE2
   const __m128 limit = _mm_set1_ps(distance);
   for (unsigned p = 0; p < kPaddedPairs; p += 4) {
     const int mask = _mm_movemask_ps(_mm_cmple_ps(_mm_loadu_ps(pair_cache.bound + p), limit));
@@ -296,7 +297,7 @@ std::uint64_t pairs_bounded_by(float distance) {
 // The first position whose distance equals the given one, which some pair's
 // distance does.
 unsigned first_position_of(float distance) {
-#if defined(__SSE2__)
+#if VTL_SIMD_SSE2
   const __m128 wanted = _mm_set1_ps(distance);
   for (unsigned p = 0; p < kPaddedPairs; p += 4) {
     const int mask = _mm_movemask_ps(_mm_cmpeq_ps(_mm_loadu_ps(pair_cache.distance + p), wanted));
