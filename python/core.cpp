@@ -2,12 +2,15 @@
 // the engine's globals plus the four report totals of the state file; each
 // operation takes the one process-wide lock, restores the snapshot, runs and
 // captures it back, so engines never disturb one another. Loops over signal
-// arrays run without the GIL.
+// arrays run without the GIL; long ones learn on two threads, as the emulator
+// does.
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -18,6 +21,7 @@
 
 #include <sys/stat.h>
 
+#include "cli/background_learner.h"
 #include "engine/interface.h"
 #include "engine/knowledge_buffer.h"
 #include "engine/learning.h"
@@ -133,16 +137,23 @@ class Engine {
     write_file(path, image, kStateFileSize);
   }
 
+  // Long arrays are learned as the emulator learns a long file: the engine on
+  // a second thread, the merges' radii worked out on this one.
   void learn(const SignalArray& signals) {
     const std::size_t n = signal_count(signals);
     const float* data = signals.data();
     py::gil_scoped_release unlocked;
     run([&] {
       const DeferredPairDistances deferred;  // written once, after the last signal
+      // Its batches take some 200 KiB, too much for the stack of any thread
+      // that may call here.
+      const auto learner = std::make_unique<BackgroundLearner>(
+          static_cast<std::int32_t>(std::min<std::size_t>(n, INT32_MAX)));
       for (std::size_t i = 0; i < n; ++i) {
-        vtl_anomalydetection_learn(data + 3 * i);
+        learner->learn(data + 3 * i);
         increment(totals_.learned);
       }
+      learner->finish();
     });
   }
 

@@ -161,6 +161,22 @@ def test_engines_in_threads():
     assert [e.to_bytes() for e in engines] == expected
 
 
+def test_long_arrays_learn_as_signal_by_signal():
+    # Long arrays learn on two threads; short pieces on the caller's alone.
+    signals = random_signals(10, 30000)
+    rng = np.random.default_rng(11)
+    odd = rng.random(len(signals)) < 0.01
+    signals[odd] = rng.choice(np.array([np.nan, np.inf, -np.inf, 0.0, -0.0], dtype=np.float32),
+                              size=(odd.sum(), 3))
+    whole = learned_engine(signals)
+    pieces = vantelo.Engine()
+    for k in range(0, len(signals), 1000):
+        pieces.learn(signals[k:k + 1000])
+    assert whole.to_bytes() == pieces.to_bytes()
+    assert whole.totals == pieces.totals
+    assert sum(count > 1 for *_, count in whole.model()["slots"]) >= 2
+
+
 def test_copy_is_independent():
     engine = learned_engine(random_signals(8, 50))
     twin = engine.copy()
