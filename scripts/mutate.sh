@@ -10,6 +10,10 @@
 #   scripts/mutate.sh scripts/mutants/engine.txt
 #   scripts/mutate.sh --match learning.cpp   only faults whose file or snippet holds the text
 #   scripts/mutate.sh --check                only checks that every snippet occurs once
+#   scripts/mutate.sh --scalar               the faults of scripts/mutants/scalar/, planted
+#                                            into the portable scalar forms of the SSE2
+#                                            routines, on a build of those forms
+#                                            (build-mutate-scalar/, VTL_PORTABLE_SCALAR=ON)
 #   options: -j N (build jobs, 2), --timeout S (seconds of tests per fault, 300;
 #   each test program also stops after 10 s plus five times its unmutated time)
 #
@@ -35,12 +39,12 @@
 set -uo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
-build="$root/build-mutate"
 python=/usr/bin/python3
 jobs=2
 timeout_seconds=300
 match=""
 check_only=0
+scalar=OFF
 lists=()
 while (($#)); do
   case "$1" in
@@ -49,11 +53,18 @@ while (($#)); do
     --timeout) timeout_seconds=$2; shift 2 ;;
     --match) match=$2; shift 2 ;;
     --check) check_only=1; shift ;;
+    --scalar) scalar=ON; shift ;;
     -h|--help) sed -n '2,/^set -uo/p' "$0" | sed '$d; s/^# \{0,1\}//'; exit 0 ;;
     *) lists+=("$1"); shift ;;
   esac
 done
-((${#lists[@]})) || lists=("$root"/scripts/mutants/*.txt)
+if [[ $scalar == ON ]]; then
+  build="$root/build-mutate-scalar"
+  ((${#lists[@]})) || lists=("$root"/scripts/mutants/scalar/*.txt)
+else
+  build="$root/build-mutate"
+  ((${#lists[@]})) || lists=("$root"/scripts/mutants/*.txt)
+fi
 
 # --- planting and restoring ---
 mkdir -p "$build"
@@ -69,17 +80,19 @@ restore() {
 }
 
 # A run killed outright (kill -9) may have left its fault in place: put the
-# original back, unless the file has been edited since.
-if [[ -f $active ]]; then
-  path=$(cat "$active")
-  if cmp -s "$planted" "$root/$path"; then
+# original back, unless the file has been edited since; runs of either build
+# are repaired.
+for left in "$root/build-mutate" "$root/build-mutate-scalar"; do
+  [[ -f $left/planted-path ]] || continue
+  path=$(cat "$left/planted-path")
+  if cmp -s "$left/planted-source" "$root/$path"; then
     echo "restoring $path, left mutated by an interrupted run"
-    restore
+    cp "$left/original-source" "$root/$path" && rm -f "$left/planted-path"
   else
     echo "warning: $path was edited after an interrupted run; not restoring it" >&2
-    rm -f "$active"
+    rm -f "$left/planted-path"
   fi
-fi
+done
 
 # --- text work in Python: parsing the lists, planting and checking snippets ---
 helper() {
@@ -190,6 +203,7 @@ configure() {
   [[ -f $build/build.ninja ]] && return 0
   cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
     -DVTL_BUILD_BENCH=OFF -DVTL_BUILD_EXAMPLES=OFF -DVTL_BUILD_PYTHON=OFF -DVTL_INSTALL=OFF \
+    -DVTL_PORTABLE_SCALAR=$scalar \
     "-DCMAKE_CXX_FLAGS=-fsanitize=float-cast-overflow,bounds -fsanitize-undefined-trap-on-error" \
     >"$build/configure.log" 2>&1
 }
