@@ -145,6 +145,13 @@ class Engine {
     py::gil_scoped_release unlocked;
     run([&] {
       const DeferredPairDistances deferred;  // written once, after the last signal
+      if (n < static_cast<std::size_t>(kTwoThreadsFrom)) {
+        for (std::size_t i = 0; i < n; ++i) {
+          vtl_anomalydetection_learn(data + 3 * i);
+          increment(totals_.learned);
+        }
+        return;
+      }
       // Its batches take some 200 KiB, too much for the stack of any thread
       // that may call here.
       const auto learner = std::make_unique<BackgroundLearner>(
