@@ -253,6 +253,31 @@ void run_plain(const Step& step) {
   engine_status = learn_count > 9 ? 127 : 126;
 }
 
+// One step taken by the engine (in a run of one when deferred) and by the
+// plain algorithm, both from the state the globals hold; the plain one's
+// result is left in the globals.
+struct BothWays {
+  EngineSnapshot engine;
+  EngineSnapshot plain;
+};
+
+BothWays step_both_ways(const Step& step, bool deferred) {
+  EngineSnapshot before;
+  capture_engine(before);
+  if (deferred) {
+    const DeferredPairDistances run_of_one;
+    run(step);
+  } else {
+    run(step);
+  }
+  BothWays result;
+  capture_engine(result.engine);
+  restore_engine(before);
+  run_plain(step);
+  capture_engine(result.plain);
+  return result;
+}
+
 TEST(PairCache, EveryStepEqualsThePlainAlgorithm) {
   for (unsigned seed = 11; seed <= 14; ++seed) {
     SCOPED_TRACE(seed);
@@ -260,25 +285,13 @@ TEST(PairCache, EveryStepEqualsThePlainAlgorithm) {
     restore_engine(EngineSnapshot{});
     vtl_anomalydetection_init();
     for (std::size_t s = 0; s < steps.size(); ++s) {
-      EngineSnapshot before;
-      capture_engine(before);
-      if (s % 2 == 0) {
-        run(steps[s]);
-      } else {
-        const DeferredPairDistances run_of_one;  // the bounds of a run, settled at once
-        run(steps[s]);
-      }
-      EngineSnapshot engine;
-      capture_engine(engine);
-      restore_engine(before);
-      run_plain(steps[s]);
-      EngineSnapshot plain;
-      capture_engine(plain);
-      expect_same(engine, plain, static_cast<int>(s), true, Agreement::numbers);
+      // Every other step in a run of one: the bounds of a run, settled at once.
+      const BothWays after = step_both_ways(steps[s], s % 2 == 1);
+      expect_same(after.engine, after.plain, static_cast<int>(s), true, Agreement::numbers);
       if (HasFatalFailure()) return;
       // Both go on from the engine's state, so that a NaN sign cannot make the
       // two runs part.
-      restore_engine(engine);
+      restore_engine(after.engine);
     }
   }
 }
@@ -376,21 +389,10 @@ TEST(PairCache, AClosestPairAtAWideAngleIsFound) {
   Step step{};
   step.signal[0] = -1.7e-4f;
   step.signal[1] = 1e-3f;
-  EngineSnapshot before;
-  capture_engine(before);
-  {
-    const DeferredPairDistances run_of_one;  // bounds are used in runs
-    run(step);
-  }
-  EngineSnapshot engine;
-  capture_engine(engine);
-  restore_engine(before);
-  run_plain(step);
-  EngineSnapshot plain;
-  capture_engine(plain);
-  expect_same(engine, plain, 1);
-  EXPECT_EQ(engine.cluster_table[4].count, 2);  // the signal joined slot 4
-  EXPECT_EQ(engine.spare_slot, 9);
+  const BothWays after = step_both_ways(step, true);  // bounds are used in runs
+  expect_same(after.engine, after.plain, 1);
+  EXPECT_EQ(after.engine.cluster_table[4].count, 2);  // the signal joined slot 4
+  EXPECT_EQ(after.engine.spare_slot, 9);
 }
 
 // Two large clusters share a center, so their pair, measured exactly at the
@@ -621,19 +623,11 @@ TEST(PairCache, ADroppedSignalLeavesTheWorkspaceOfTheLastPair) {
   step.signal[0] = -0.0f;
   step.signal[1] = -40.0f;
   step.signal[2] = 30.0f;
-  EngineSnapshot before;
-  capture_engine(before);
-  run(step);
-  EngineSnapshot engine;
-  capture_engine(engine);
-  restore_engine(before);
-  run_plain(step);
-  EngineSnapshot plain;
-  capture_engine(plain);
-  expect_same(engine, plain, 1);
-  EXPECT_EQ(engine.cluster_table[9].count, 1);  // both of the closest pair are large
-  EXPECT_EQ(engine.cluster_table[0].count, 60);
-  EXPECT_EQ(bits(engine.distance_workspace[0]), bits(0.0f));
+  const BothWays after = step_both_ways(step, false);
+  expect_same(after.engine, after.plain, 1);
+  EXPECT_EQ(after.engine.cluster_table[9].count, 1);  // both of the closest pair are large
+  EXPECT_EQ(after.engine.cluster_table[0].count, 60);
+  EXPECT_EQ(bits(after.engine.distance_workspace[0]), bits(0.0f));
 }
 
 // A signal of -0 merged into a cluster at +0 leaves |+0 - -0| = +0 in the
