@@ -361,77 +361,28 @@ TEST(FloatScannerDiff, TypicalLines) {
 
 // The forms glibc reads in its own way, failures included.
 TEST(FloatScannerDiff, NotableTexts) {
-  const char* const kTexts[] = {
-      "",
-      " ",
-      " \t\n\v\f\r7",
-      "nan(123)x",
-      "1e+x",
-      "0x1p",
-      "infinx",
-      "-x",
-      "0x",
-      "+.e1",
-      "1e",
-      "0e5",
-      "0xp1",
-      "0x.",
-      "0x.p1",
-      "-0x.",
-      "00x1",
-      "0x1e+5",
-      "-",
-      "+",
-      "-nan",
-      "NaN",
-      "nax",
-      "infinity",
-      "INFINITYx",
-      "infinit",
-      "infi",
-      "inf",
-      "-inf,",
-      "i",
-      "n",
-      "na",
-      "0x1.8p3",
-      "0X.8P-1",
-      "-.5",
-      ".",
-      ".e",
-      "1.2.3",
-      "1e5e3",
-      "1e-+5",
-      "--1",
-      "e5",
-      "0xg",
-      "-0xg",
-      "0x1p+",
-      "1e+",
-      "-0",
-      "0.e1",
-      "1e5.",
-      "3.4028235e38",
-      "3.4028236e38",
-      "1e39",
-      "1e-46",
-      "7.006492321624085354618647916449580656401309709382578858785341419448955413429303e-46",
-      "1.40129846432481707092372958328991613128026194187651577175706828388979108268586060148"
-      "663818836212158203125e-45",
-      "\x80"
-      "1",
-      "1\x80",
-      "0.3012,0.1987,9.8100\n"};
-  for (const char* text : kTexts) EXPECT_EQ(memory_difference(text), "");
-  for (const std::string text : {"1\0"
-                                 "2",
-                                 "\0"
-                                 "1",
-                                 " \0"
-                                 "1",
-                                 "-\0"
-                                 "1"}) {
-    EXPECT_EQ(memory_difference(std::string(text.c_str(), text.size() + 2)), "");
+  const std::vector<const char*> kTexts[] = {
+      {"",      " ",     " \t\n\v\f\r7", "-",     "+",
+       ".",     ".e",    "-x",           "+.e1",  "e5",
+       "--1",   "1e",    "1e+",          "1e+x",  "0e5",
+       "-.5",   "-0",    "0.e1",         "1e5.",  "1.2.3",
+       "1e5e3", "1e-+5", "1\x80",        "\2001", "0.3012,0.1987,9.8100\n"},
+      {"nan(123)x", "-nan", "NaN", "nax", "n", "na", "infinity", "INFINITYx", "infinit", "infi",
+       "infinx", "inf", "-inf,", "i"},
+      {"0x", "0x1p", "0xp1", "0x.", "0x.p1", "-0x.", "00x1", "0x1e+5", "0x1.8p3", "0X.8P-1", "0xg",
+       "-0xg", "0x1p+"},
+      {"3.4028235e38", "3.4028236e38", "1e39", "1e-46",
+       // Half of the smallest subnormal, and the smallest subnormal, written out.
+       "7.006492321624085354618647916449580656401309709382578858785341419448955413429303e-46",
+       "1.40129846432481707092372958328991613128026194187651577175706828388979108268586060148"
+       "663818836212158203125e-45"}};
+  for (const auto& group : kTexts) {
+    for (const char* text : group) EXPECT_EQ(memory_difference(text), "");
+  }
+  // A NUL byte after, before or inside a number.
+  using namespace std::string_literals;
+  for (const std::string& text : {"1\0002"s, "\0001"s, " \0001"s, "-\0001"s}) {
+    EXPECT_EQ(memory_difference(text), "");
   }
 }
 

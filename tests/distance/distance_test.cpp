@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numeric>
 #include <random>
@@ -228,39 +227,22 @@ TEST(MatrixInvert, ProductWithInverseIsIdentity) {
   }
 }
 
-}  // namespace
-}  // namespace vtl
-
-namespace vtl {
-namespace {
-
 TEST(KnownNorms, GiveTheMeasureBitForBitWithTheSameWorkspace) {
-  const float q = std::numeric_limits<float>::quiet_NaN();
-  const float inf = std::numeric_limits<float>::infinity();
-  const std::vector<std::array<float, 3>> vectors = {{1, 0, 0},
-                                                     {1, 2, 3},
-                                                     {2, 4, 6},
-                                                     {0, 0, 0},
-                                                     {-0.0f, 0, 0},
-                                                     {1e-40f, -3e-45f, 1e-38f},
-                                                     {q, 1, 2},
-                                                     {inf, 1, 1},
-                                                     {3.4e38f, 3.4e38f, 1},
-                                                     {5.5f, -2.25f, 1000},
-                                                     {-5.5f, 2.25f, -1000}};
-  for (unsigned a = 0; a < 7; ++a) {
-    for (unsigned b = 0; b < 7; ++b) {
-      for (const auto& x : vectors) {
-        for (const auto& y : vectors) {
-          float work_plain[3] = {7, 7, 7};
-          float work_known[3] = {7, 7, 7};
-          const auto sa = static_cast<std::uint8_t>(a == 6 ? 200 : a);
-          const auto sb = static_cast<std::uint8_t>(b);
-          const float plain = measure_distance(1, sa, sb, x.data(), y.data(), work_plain, 3);
-          const float known =
-              combined_distance_known_norms(sa, sb, x.data(), y.data(), angle_norm(x.data(), 3),
-                                            angle_norm(y.data(), 3), work_known, 3);
-          ASSERT_EQ(test::bits(plain), test::bits(known)) << "selectors " << a << ", " << b;
+  const float q = kNaN, inf = std::numeric_limits<float>::infinity();
+  // Three values a vector.
+  const float v[] = {1,    0,      0,    1,       2,       3,    2,      4,       6,
+                     0,    0,      0,    -0.0f,   0,       0,    q,      1,       2,
+                     inf,  1,      1,    3.4e38f, 3.4e38f, 1,    1e-40f, -3e-45f, 1e-38f,
+                     5.5f, -2.25f, 1000, -5.5f,   2.25f,   -1000};
+  for (const std::uint8_t sa : {0, 1, 2, 3, 4, 5, 200}) {
+    for (const std::uint8_t sb : {0, 1, 2, 3, 4, 5, 6}) {
+      for (const float* x = v; x < std::end(v); x += 3) {
+        for (const float* y = v; y < std::end(v); y += 3) {
+          float work_plain[3] = {7, 7, 7}, work_known[3] = {7, 7, 7};
+          const float plain = measure_distance(1, sa, sb, x, y, work_plain, 3);
+          const float known = combined_distance_known_norms(sa, sb, x, y, angle_norm(x, 3),
+                                                            angle_norm(y, 3), work_known, 3);
+          ASSERT_EQ(test::bits(plain), test::bits(known)) << "selectors " << +sa << ", " << +sb;
           for (int i = 0; i < 3; ++i)
             ASSERT_EQ(test::bits(work_plain[i]), test::bits(work_known[i]));
         }

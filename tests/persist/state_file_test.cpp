@@ -89,43 +89,29 @@ void clear_model() {
   vector_length = 0;
 }
 
-TEST(StateFile, EncodesEveryFieldAtItsDocumentedOffset) {
-  set_distinct_model();
+// Encodes the model and the totals and compares the bytes with the hand-written image.
+void expect_hand_written_image(const ReportTotals& totals) {
   std::vector<std::uint8_t> image(kStateFileSize);
-  encode_state(kTotals, image.data());
+  encode_state(totals, image.data());
   const std::vector<std::uint8_t> expected = hand_written_image();
   for (std::size_t offset = 0; offset < kStateFileSize; ++offset) {
     EXPECT_EQ(image[offset], expected[offset]) << "byte " << offset;
   }
 }
 
+TEST(StateFile, EncodesEveryFieldAtItsDocumentedOffset) {
+  set_distinct_model();
+  expect_hand_written_image(kTotals);
+}
+
+// With the encoder checked against the image, encoding what was decoded gives
+// the image back only if every field was decoded from the right bytes.
 TEST(StateFile, DecodesEveryFieldFromItsDocumentedOffset) {
   clear_model();
   ReportTotals totals;
   const std::vector<std::uint8_t> image = hand_written_image();
   decode_state(image.data(), image.size(), totals);
-  EXPECT_EQ(totals.learned, kTotals.learned);
-  EXPECT_EQ(totals.detected, kTotals.detected);
-  EXPECT_EQ(totals.nominal, kTotals.nominal);
-  EXPECT_EQ(totals.anomaly, kTotals.anomaly);
-  EXPECT_EQ(bits(sensitivity), 0x51525354u);
-  EXPECT_EQ(init_done, 0x61);
-  EXPECT_EQ(learn_count, 0x71727374u);
-  EXPECT_EQ(frame_length, 0x8182);
-  EXPECT_EQ(vector_length, 0x9192);
-  EXPECT_EQ(measure_primary, 0xA1);
-  EXPECT_EQ(measure_secondary, 0xB1);
-  for (unsigned k = 0; k < kClusterSlots; ++k) {
-    for (unsigned c = 0; c < 3; ++c) {
-      EXPECT_EQ(bits(cluster_table[k].center[c]), center_bits(k, c)) << "slot " << k << " c " << c;
-    }
-    EXPECT_EQ(bits(cluster_table[k].radius), radius_bits(k)) << "slot " << k;
-    EXPECT_EQ(cluster_table[k].count, 0xD0E0 + k) << "slot " << k;
-  }
-  EXPECT_EQ(spare_slot, 0xE1);
-  EXPECT_EQ(filled_slots, 0xE2);
-  EXPECT_EQ(smallest_count_slot, 0xE3);
-  EXPECT_EQ(smallest_count, 0xF1F2);
+  expect_hand_written_image(totals);
 }
 
 TEST(StateFile, NaNPayloadsSurviveTheRoundTrip) {
