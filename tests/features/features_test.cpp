@@ -27,24 +27,17 @@ constexpr float kUntouched = -777.0f;
 
 // The moments, factors and order statistics of ordinary buffers are checked bit for bit
 // through extract_features below; these are the rules that one buffer cannot show.
-TEST(BufferFeatures, SumsRunLeftToRightFromTheFirstSample) {
+TEST(BufferFeatures, SumsCountsAndExtremesOfSignedSamples) {
   // In single precision 1e8 + 1 rounds back to 1e8, and a lone negative zero keeps its
   // sign (a sum started at 0.0 would not).
   const float big[] = {1e8f, 1.0f, -1e8f}, negative_zero = -0.0f;
   EXPECT_FLOAT_BITS(0.0f, feature_sum(big, 3));
   EXPECT_FLOAT_BITS(-0.0f, feature_sum(&negative_zero, 1));
-}
-
-TEST(BufferFeatures, SignedSamplesCountByMagnitudeAndCrossOnlyBetweenSigns) {
-  const float x[] = {1, -2, 3, -4, 0, 5};
+  const float x[] = {1, -2, 3, -4, 0, 5}, neg[] = {-7, 3};
   EXPECT_EQ(3, feature_zero_crossings(x, 6));  // the pairs with the 0 do not cross zero
   EXPECT_EQ(4, feature_mean_crossings(x, 6));  // the mean is 0.5
   EXPECT_FLOAT_BITS(24.0f, feature_abs_diff_sum(x, 6));
-  const float neg[] = {-7, 3};
-  EXPECT_FLOAT_BITS(7.0f, feature_peak(neg, 2));
-}
-
-TEST(BufferFeatures, ANaNHoldsTheExtremeOnlyUntilTheNextNumber) {
+  EXPECT_FLOAT_BITS(7.0f, feature_peak(neg, 2));  // by magnitude
   // A NaN takes the running minimum or maximum over, and the next number takes it back;
   // it never becomes the maximum's index, nor is a NaN first replaced; ties keep the first.
   const float nan_inside[] = {1, kNaN, 3}, nan_last[] = {1, 3, kNaN}, nan_first[] = {kNaN, 1, 2};
@@ -56,27 +49,23 @@ TEST(BufferFeatures, ANaNHoldsTheExtremeOnlyUntilTheNextNumber) {
   EXPECT_EQ(1, feature_argmax(ties, 4));
 }
 
-TEST(BufferFeatures, PercentileRoundsLikeTheEngineAndStopsAtTheLargest) {
+TEST(BufferFeatures, PercentileEntropyAndOneSample) {
   // 0.01 is the float 0.0099999998, so 99 percent lands one step below 3.97; beyond 100
   // percent only the largest value is left and nothing past it is read.
   const float y[] = {1, 2, 3, 4};
   EXPECT_FLOAT_BITS(3.9699998f, feature_percentile(y, 4, 99));
   EXPECT_FLOAT_BITS(4.0f, feature_percentile(y, 4, 255));
-}
-
-TEST(BufferFeatures, EntropyCountsRunsAsTheyLie) {
+  // Entropy counts runs as they lie; each NaN is a run of its own.
   const float pairs[] = {1, 1, 2, 2}, alternating[] = {1, 2, 1, 2}, nans[] = {kNaN, kNaN};
   EXPECT_FLOAT_BITS(0.6931472f, feature_entropy(pairs, 4));
-  EXPECT_FLOAT_BITS(0.6931472f, feature_entropy(nans, 2));  // each NaN is a run of its own
+  EXPECT_FLOAT_BITS(0.6931472f, feature_entropy(nans, 2));
   EXPECT_FLOAT_BITS(1.3862944f, feature_entropy(alternating, 4));
-}
-
-TEST(BufferFeatures, OneSampleHasNoShapeNoEntropyAndNoPair) {
+  // One sample has no shape, no entropy and no pair (x[1] is not read).
   const float one = -3.0f;
   EXPECT_TRUE(std::isnan(feature_skewness(&one, 1)));
   EXPECT_TRUE(std::isnan(feature_kurtosis(&one, 1)));
   EXPECT_EQ(0.0f, feature_entropy(&one, 1));
-  EXPECT_FLOAT_BITS(0.0f, feature_abs_diff_sum(&one, 1));  // x[1] is not read
+  EXPECT_FLOAT_BITS(0.0f, feature_abs_diff_sum(&one, 1));
 }
 
 TEST(BufferFeatures, AnEmptyBufferIsNeverRead) {
@@ -106,15 +95,6 @@ TEST(MergeSort, EqualValuesTakeTheRightRunFirst) {
   }
 }
 
-TEST(MergeSort, SortedCopyOfOneValueNeedsNoScratch) {
-  const Floats two{4, 1};
-  Floats dst{0, 0}, spare(2);
-  sorted_copy(two.data(), dst.data(), spare.data(), 2);
-  EXPECT_EQ(Floats({1, 4}), dst);
-  sorted_copy(two.data(), dst.data(), nullptr, 1);
-  EXPECT_EQ(Floats({4, 4}), dst);
-}
-
 TEST(MergeSort, RandomRangesMatchAStableSortAndStayInside) {
   std::mt19937 rng(7);
   std::uniform_real_distribution<float> dist(-100.0f, 100.0f);
@@ -138,7 +118,16 @@ TEST(MergeSort, ARangeEndingAtIndex65535IsSortedWhole) {
   EXPECT_TRUE(std::is_sorted(big.begin(), big.end()));
 }
 
-TEST(MergeSort, DegenerateArgumentsReadNothing) {  // the buffers are null
+TEST(MergeSort, SmallHelpersAndDegenerateArguments) {
+  const Floats two{4, 1};
+  Floats dst{0, 0}, spare(2), v{1, 2, 3, 4, 5, 6};
+  sorted_copy(two.data(), dst.data(), spare.data(), 2);
+  EXPECT_EQ(Floats({1, 4}), dst);
+  sorted_copy(two.data(), dst.data(), nullptr, 1);  // one value needs no scratch
+  EXPECT_EQ(Floats({4, 4}), dst);
+  reverse_blocks(v.data(), 2, 3);
+  EXPECT_EQ(Floats({3, 2, 1, 6, 5, 4}), v);
+  // Null buffers: nothing may be read.
   merge_sort_range(nullptr, nullptr, 5, 5);
   merge_sort_range(nullptr, nullptr, 9, 2);
   sort_range(nullptr, nullptr, 65535, 0);
@@ -149,29 +138,18 @@ TEST(MergeSort, DegenerateArgumentsReadNothing) {  // the buffers are null
   reverse_blocks(nullptr, -5, 100);
 }
 
-TEST(MergeSort, ReverseBlocksReversesEachBlockInPlace) {
-  Floats v{1, 2, 3, 4, 5, 6};
-  reverse_blocks(v.data(), 2, 3);
-  EXPECT_EQ(Floats({3, 2, 1, 6, 5, 4}), v);
-}
-
 TEST(CentroidDistances, MeasureFromTheirOwnCentroidOrFromTheGivenCenter) {
   const float data[] = {0, 0, 3, 4, 6, 8};
-  Floats center{-1, -1}, origin{0, 0}, dist(6, 7.0f);
+  Floats center{-1, -1}, origin{0, 0}, dist(9, 7.0f);
   centroid_distances(data, &dist[0], center.data(), 3, 2, 0);
   centroid_distances(data, &dist[3], origin.data(), 3, 2, 1);
   EXPECT_EQ(Floats({3, 4}), center);  // the own centroid is written back
   EXPECT_EQ(Floats({0, 0}), origin);
-  EXPECT_EQ(Floats({5, 0, 5, 0, 5, 10}), dist);
-}
-
-TEST(CentroidDistances, NoColumnGivesZerosAndNoRowTouchesNothing) {
-  const float data[] = {0, 0, 3, 4, 6, 8};
-  Floats dist(3, 7.0f);
+  // No column gives zeros, no row touches nothing.
   float none = 9.0f;
-  centroid_distances(data, dist.data(), nullptr, 3, 0, 0);
+  centroid_distances(data, &dist[6], nullptr, 3, 0, 0);
   centroid_distances(nullptr, nullptr, &none, 0, 3, 0);
-  EXPECT_EQ(Floats({0, 0, 0}), dist);
+  EXPECT_EQ(Floats({5, 0, 5, 0, 5, 10, 0, 0, 0}), dist);
   EXPECT_EQ(9.0f, none);
 }
 
@@ -187,7 +165,7 @@ struct Spectra {
   }
 };
 
-TEST(Spectra, ATwoSampleFrameHoldsTheHalfDifference) {
+TEST(Spectra, TwoSamplesHoldTheHalfDifferenceAndANaNSpreadsButWhereCentered) {
   const Spectra two({2.0f, 7.0f});
   EXPECT_FLOAT_BITS(5.0f, two.centered[0]);
   EXPECT_FLOAT_BITS(5.0f, two.amplitude[0]);
@@ -196,6 +174,15 @@ TEST(Spectra, ATwoSampleFrameHoldsTheHalfDifference) {
   Floats mag(2), amplitudes(2);
   norm_spectrum(samples, 2, mag.data(), amplitudes.data(), 2);
   EXPECT_FLOAT_BITS(5.0f, amplitudes[0]);
+  // A NaN sample reaches every bin, except in the centered spectrum, which drops it.
+  Floats x(16, 1.0f);
+  x[5] = kNaN;
+  const Spectra s(x);
+  for (int k = 0; k < 8; ++k) {
+    EXPECT_FLOAT_BITS(0.0f, s.centered[k]) << k;
+    EXPECT_TRUE(std::isnan(s.amplitude[k])) << k << ": " << s.amplitude[k];
+    EXPECT_TRUE(std::isnan(s.norm[k])) << k << ": " << s.norm[k];
+  }
 }
 
 TEST(Spectra, ACosineShowsItsAmplitudeAtItsFrequency) {
@@ -211,26 +198,13 @@ TEST(Spectra, ACosineShowsItsAmplitudeAtItsFrequency) {
     }
 }
 
-TEST(Spectra, ANaNSampleSpreadsToEveryBinButTheCenteredSpectrumDropsIt) {
-  Floats x(16, 1.0f);
-  x[5] = kNaN;
-  const Spectra s(x);
-  for (int k = 0; k < 8; ++k) {
-    EXPECT_FLOAT_BITS(0.0f, s.centered[k]) << k;
-    EXPECT_TRUE(std::isnan(s.amplitude[k])) << k << ": " << s.amplitude[k];
-    EXPECT_TRUE(std::isnan(s.norm[k])) << k << ": " << s.norm[k];
-  }
-}
-
 TEST(Spectra, LengthsWithoutATransformTouchNothing) {
   for (std::uint16_t n : {0, 3, 12, 1000, 65535}) {  // no transform: nothing touched
     Floats x(n, kUntouched), a(n, kUntouched), b(n, kUntouched);
     centered_spectrum(x.data(), a.data(), n);
     amplitude_spectrum(x.data(), a.data(), b.data(), n);
     norm_spectrum(x.data(), 1, a.data(), b.data(), n);
-    EXPECT_TRUE(untouched(x)) << "n " << n;
-    EXPECT_TRUE(untouched(a)) << "n " << n;
-    EXPECT_TRUE(untouched(b)) << "n " << n;
+    for (const Floats* v : {&x, &a, &b}) EXPECT_TRUE(untouched(*v)) << "n " << n;
   }
 }
 
@@ -277,29 +251,13 @@ TEST(ExtractFeatures, EveryTimeDomainFeatureLandsInItsRow) {
 
 TEST(ExtractFeatures, OfTwoFeaturesInOneRowTheLaterWrittenStays) {
   // Neighbours in this order all differ on (1, 2, 3, 10).
-  const FeatureId order[] = {FEAT_MIN,
-                             FEAT_MAX,
-                             FEAT_PEAK_TO_PEAK,
-                             FEAT_PEAK,
-                             FEAT_MEAN,
-                             FEAT_VARIANCE,
-                             FEAT_STD,
-                             FEAT_SKEWNESS,
-                             FEAT_KURTOSIS,
-                             FEAT_ZERO_CROSSINGS,
-                             FEAT_MEAN_CROSSINGS,
-                             FEAT_RMS,
-                             FEAT_SHAPE_FACTOR,
-                             FEAT_IMPULSE_FACTOR,
-                             FEAT_CLEARANCE_FACTOR,
-                             FEAT_CREST_FACTOR,
-                             FEAT_ABS_DIFF_SUM,
-                             FEAT_P5,
-                             FEAT_P25,
-                             FEAT_P75,
-                             FEAT_P95,
-                             FEAT_MEDIAN,
-                             FEAT_ENTROPY};
+  // clang-format off
+  const FeatureId order[] = {
+      FEAT_MIN, FEAT_MAX, FEAT_PEAK_TO_PEAK, FEAT_PEAK, FEAT_MEAN, FEAT_VARIANCE, FEAT_STD,
+      FEAT_SKEWNESS, FEAT_KURTOSIS, FEAT_ZERO_CROSSINGS, FEAT_MEAN_CROSSINGS, FEAT_RMS,
+      FEAT_SHAPE_FACTOR, FEAT_IMPULSE_FACTOR, FEAT_CLEARANCE_FACTOR, FEAT_CREST_FACTOR,
+      FEAT_ABS_DIFF_SUM, FEAT_P5, FEAT_P25, FEAT_P75, FEAT_P95, FEAT_MEDIAN, FEAT_ENTROPY};
+  // clang-format on
   for (int i = 1; i < 23; ++i) {
     Slots pair;
     pair.fill(255);
@@ -349,10 +307,7 @@ TEST(ExtractFeatures, FrequencyDomainFeaturesComeFromTheSpectrumAlone) {
   EXPECT_FLOAT_BITS(4.0f, four.at(FEAT_SPECTRAL_ENERGY));
   EXPECT_TRUE(untouched(four.sorted));
   EXPECT_FLOAT_BITS(kUntouched, four.at(FEAT_MEAN));
-}
-
-TEST(ExtractFeatures, NoSpectrumValueOrNoTransformWritesNothing) {
-  // Lengths 0 and 1 have no spectrum value, 3 and 6 no transform.
+  // Lengths 0 and 1 have no spectrum value, 3 and 6 no transform: nothing is written.
   for (std::uint16_t len : {0, 1, 3, 6}) {
     const Call bad({1, 2, 0, -1, 4, 1}, identity_slots(23, 26), 27, 1, len);
     for (const Floats* buffer : {&bad.matrix, &bad.fft_work, &bad.spectrum})
