@@ -1,14 +1,9 @@
-/* Drives the engine through its C interface, as device code in C does: learn a
- * signal file, detect another, change the sensitivity, move the model through a
- * knowledge and through a state image, checking every status on the way.
- *
- *   capi_test NORMAL.csv MIXED.csv OUTDIR
- *
+/* Drives the engine through its C interface, as device code in C does, checking
+ * every status on the way:  capi_test NORMAL.csv MIXED.csv OUTDIR
  * Writes into OUTDIR what compare_with_emulator.sh holds against the emulator:
- * the state images after learning, after detecting and at the end (learned.dat,
- * detected.dat, final.dat), the exported knowledge (knowledge.bin, 288 bytes
- * little-endian), and the similarities of both detection passes, one a line
- * (similarities_1.txt at sensitivity 1, similarities_10.txt at 10). */
+ * the state images after learning, after detecting and at the end, the exported
+ * knowledge (288 bytes little-endian) and the similarities at sensitivities 1
+ * and 10, one a line. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -75,54 +70,40 @@ static void write_image(const char* dir, const char* name, const vtl_report_tota
 
 static void write_knowledge(const char* dir, const float* knowledge) {
   FILE* file = open_output(dir, "knowledge.bin", "wb");
-  int i;
+  int i, b;
   for (i = 0; i < VTL_KNOWLEDGE_VALUES; ++i) {
     uint32_t bits;
-    unsigned char bytes[4];
     memcpy(&bits, &knowledge[i], sizeof bits);
-    bytes[0] = (unsigned char)(bits & 0xFFu);
-    bytes[1] = (unsigned char)((bits >> 8) & 0xFFu);
-    bytes[2] = (unsigned char)((bits >> 16) & 0xFFu);
-    bytes[3] = (unsigned char)(bits >> 24);
-    CHECK(fwrite(bytes, 1, sizeof bytes, file) == sizeof bytes);
+    for (b = 0; b < 4; ++b) CHECK(fputc((int)((bits >> (8 * b)) & 0xFFu), file) != EOF);
   }
   fclose(file);
 }
 
-/* Rates every mixed signal, counting them into the totals as the emulator does. */
-static void detect_all(uint8_t* similarities, vtl_report_totals* totals) {
+/* Rates every mixed signal, counting them into the totals as the emulator does,
+ * and writes the similarities to OUTDIR/name unless name is NULL. */
+static void detect_all(uint8_t* similarities, vtl_report_totals* totals, const char* dir,
+                       const char* name) {
+  FILE* file = name == NULL ? NULL : open_output(dir, name, "w");
   int i;
   for (i = 0; i < mixed_signals.count; ++i) {
     CHECK(vtl_anomalydetection_detect(mixed_signals.values[i], &similarities[i]) == status_ok);
     CHECK(similarities[i] <= 100);
     ++totals->detected;
-    if (similarities[i] > VTL_NOMINAL_THRESHOLD) {
-      ++totals->nominal;
-    } else {
-      ++totals->anomaly;
-    }
+    if (similarities[i] > VTL_NOMINAL_THRESHOLD) ++totals->nominal;
+    if (similarities[i] <= VTL_NOMINAL_THRESHOLD) ++totals->anomaly;
+    if (file != NULL) fprintf(file, "%u\n", (unsigned)similarities[i]);
   }
+  if (file != NULL) fclose(file);
 }
 
-static void write_similarities(const char* dir, const char* name, const uint8_t* similarities) {
-  FILE* file = open_output(dir, name, "w");
-  int i;
-  for (i = 0; i < mixed_signals.count; ++i) fprintf(file, "%u\n", (unsigned)similarities[i]);
-  fclose(file);
-}
-
-static void check_before_init(void) {
-  const float signal[3] = {0.35f, 0.2f, 9.8f};
-  uint8_t similarity = 7;
-  CHECK(vtl_anomalydetection_learn(signal) == status_not_initialized);
-  CHECK(vtl_anomalydetection_detect(signal, &similarity) == status_minimum_learning_pending);
-  CHECK(similarity == VTL_NO_SIMILARITY);
-}
-
+/* Before init nothing is learned; detection waits for ten learned signals. */
 static void learn_all(void) {
   const float* first = normal_signals.values[0];
-  uint8_t similarity = 0;
+  uint8_t similarity = 7;
   int i;
+  CHECK(vtl_anomalydetection_learn(first) == status_not_initialized);
+  CHECK(vtl_anomalydetection_detect(first, &similarity) == status_minimum_learning_pending);
+  CHECK(similarity == VTL_NO_SIMILARITY);
   CHECK(vtl_anomalydetection_init() == VTL_STATUS_OK);
   CHECK(vtl_anomalydetection_get_sensitivity() == 1.0f);
   for (i = 0; i < normal_signals.count; ++i) {
@@ -130,6 +111,7 @@ static void learn_all(void) {
         i + 1 < 10 ? status_minimum_learning_pending : status_minimum_learning_done;
     CHECK(vtl_anomalydetection_learn(normal_signals.values[i]) == expected);
     if (i == 8) {
+      similarity = 0;
       CHECK(vtl_anomalydetection_detect(first, &similarity) == status_minimum_learning_pending);
       CHECK(similarity == VTL_NO_SIMILARITY);
     }
@@ -139,8 +121,7 @@ static void learn_all(void) {
 /* A knowledge restores the model exactly; one with a changed signature is
  * rejected and holds detection off until init or learn. */
 static void check_knowledge(const float* knowledge, const uint8_t* expected) {
-  float copy[VTL_KNOWLEDGE_VALUES];
-  float again[VTL_KNOWLEDGE_VALUES];
+  float copy[VTL_KNOWLEDGE_VALUES], again[VTL_KNOWLEDGE_VALUES];
   uint8_t similarities[MAX_SIGNALS];
   vtl_report_totals scratch = {0, 0, 0, 0};
   uint8_t similarity = 0;
@@ -162,7 +143,7 @@ static void check_knowledge(const float* knowledge, const uint8_t* expected) {
   CHECK(vtl_anomalydetection_knowledge(knowledge) == status_ok);
   export_knowledge_buffer(again);
   CHECK(memcmp(again, knowledge, sizeof again) == 0);
-  detect_all(similarities, &scratch);
+  detect_all(similarities, &scratch, NULL, NULL);
   CHECK(memcmp(similarities, expected, (size_t)mixed_signals.count) == 0);
 }
 
@@ -171,8 +152,7 @@ static void check_knowledge(const float* knowledge, const uint8_t* expected) {
 static void check_state_image(void) {
   const vtl_report_totals totals = {300, -5, 2147483647, 40};
   vtl_report_totals loaded = {1, 2, 3, 4};
-  unsigned char saved[VTL_STATE_IMAGE_SIZE];
-  unsigned char again[VTL_STATE_IMAGE_SIZE];
+  unsigned char saved[VTL_STATE_IMAGE_SIZE], again[VTL_STATE_IMAGE_SIZE];
   unsigned char no_totals[VTL_STATE_IMAGE_SIZE];
   int i;
 
@@ -198,28 +178,22 @@ static void check_state_image(void) {
 }
 
 int main(int argc, char** argv) {
-  uint8_t at_one[MAX_SIGNALS];
-  uint8_t at_ten[MAX_SIGNALS];
+  uint8_t at_one[MAX_SIGNALS], at_ten[MAX_SIGNALS];
   float knowledge[VTL_KNOWLEDGE_VALUES];
   vtl_report_totals totals = {0, 0, 0, 0};
 
-  if (argc != 4) {
-    fprintf(stderr, "usage: capi_test NORMAL.csv MIXED.csv OUTDIR\n");
-    return 2;
-  }
-  if (!read_signals(argv[1], &normal_signals) || !read_signals(argv[2], &mixed_signals)) {
-    fprintf(stderr, "cannot read the signal files\n");
+  if (argc != 4 || !read_signals(argv[1], &normal_signals) ||
+      !read_signals(argv[2], &mixed_signals)) {
+    fprintf(stderr, "usage: capi_test NORMAL.csv MIXED.csv OUTDIR (readable signal files)\n");
     return 2;
   }
   CHECK(normal_signals.count >= 10);
 
-  check_before_init();
   learn_all();
   totals.learned = normal_signals.count;
   write_image(argv[3], "learned.dat", &totals);
 
-  detect_all(at_one, &totals);
-  write_similarities(argv[3], "similarities_1.txt", at_one);
+  detect_all(at_one, &totals, argv[3], "similarities_1.txt");
   write_image(argv[3], "detected.dat", &totals);
 
   export_knowledge_buffer(knowledge);
@@ -232,8 +206,7 @@ int main(int argc, char** argv) {
   CHECK(vtl_anomalydetection_knowledge(knowledge) == status_ok);
   CHECK(vtl_anomalydetection_set_sensitivity(10.0f) == status_ok);
   CHECK(vtl_anomalydetection_get_sensitivity() == 10.0f);
-  detect_all(at_ten, &totals);
-  write_similarities(argv[3], "similarities_10.txt", at_ten);
+  detect_all(at_ten, &totals, argv[3], "similarities_10.txt");
   write_image(argv[3], "final.dat", &totals);
 
   if (failures != 0) {
