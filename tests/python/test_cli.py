@@ -60,6 +60,11 @@ def test_inspect_state(capsys, learned_state):
         assert np.float32(row[4]) == cluster["radius"]
         assert row[5] == cluster["count"] and row[6] == cluster["role"]
     assert rows[got["spare_slot"]][6] == "spare"
+    # The same through python -m vantelo, in a process of its own.
+    env = dict(os.environ, PYTHONPATH=os.pathsep.join(sys.path))
+    done = subprocess.run([sys.executable, "-m", "vantelo", "inspect", path], capture_output=True,
+                          text=True, env=env)
+    assert done.returncode == 0 and done.stderr == "" and strict_json(done.stdout) == got
 
 
 def test_inspect_short_state_and_non_finite(capsys, tmp_path):
@@ -205,12 +210,3 @@ def test_progress_only_on_a_terminal():
                 bar.update(done)
     assert hidden.getvalue() == ""
     assert shown.getvalue().count("\r") == 5 and "100.0%" in shown.getvalue()
-
-
-def test_command_line_module(tmp_path, learned_state):
-    env = dict(os.environ, PYTHONPATH=os.pathsep.join(sys.path))
-    done = subprocess.run([sys.executable, "-m", "vantelo", "inspect",
-                           learned_state.folder / "Vantelo.dat"],
-                          capture_output=True, text=True, env=env)
-    assert done.returncode == 0 and done.stderr == ""
-    assert strict_json(done.stdout)["learned_total"] == 300
