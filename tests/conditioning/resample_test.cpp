@@ -25,7 +25,7 @@ TEST(ResampleBins, EachOutputIsTheMaximumOrMeanOfItsBin) {
   expect_values({10, 15.5f, 2, 7}, out);
 }
 
-TEST(ResampleBins, ABinBelowTheMinimumTakesTheOutputBeforeIt) {
+TEST(ResampleBins, ABinBelowTheMinimumTakesTheOutputBeforeItOneAtTheMinimumIsKept) {
   // An all-NaN bin stays below the minimum 2. A mode above 4 writes no bin: slots below
   // the minimum are filled from src[0], then from the output before them; the others keep
   // their values.
@@ -36,17 +36,14 @@ TEST(ResampleBins, ABinBelowTheMinimumTakesTheOutputBeforeIt) {
   float old[] = {-100, -100, 100};
   resample_buffer(gap, 6, old, 0, 3, 9);
   expect_values({5, 5, 100}, old);
-}
-
-TEST(ResampleBins, AnOutputEqualToTheMinimumIsKept) {
-  float out[3];
+  // An output equal to the minimum is kept.
   const float low_middle[] = {5, 3, 1, 1, 9, 9};  // bins {5, 3} | {1, 1} | {9, 9}
   resample_buffer(low_middle, 6, out, 0, 3, RESAMPLE_BIN_MAX);
   expect_values({5, 1, 9}, out);
-  float old[] = {1, 0};  // a mode above 4: the old 1 is not below the minimum 1
+  float kept[] = {1, 0};  // a mode above 4: the old 1 is not below the minimum 1
   const float src[] = {3, 1, 5, 6};
-  resample_buffer(src, 4, old, 0, 2, 9);
-  expect_values({1, 1}, old);
+  resample_buffer(src, 4, kept, 0, 2, 9);
+  expect_values({1, 1}, kept);
 }
 
 TEST(ResampleBins, ExtremeRatiosStayInsideTheSource) {
@@ -104,37 +101,26 @@ TEST(ResampleMovingAverage, EqualsTheRunningMeanOfEachOutputBitForBit) {
   }
 }
 
-TEST(ResampleKeep, FirstAndLastModesKeepTheirEndOfTheInput) {
+TEST(ResampleEveryMode, CopiesAsManyOrMoreOutputsAndWritesOnlyAtTheOffset) {
   const float src[] = {1, 2, 3, 4, 5};
-  float out[2];
+  float out[9];
   resample_buffer(src, 5, out, 0, 2, RESAMPLE_KEEP_FIRST);
   expect_values({1, 2}, out);
   resample_buffer(src, 5, out, 0, 2, RESAMPLE_KEEP_LAST);
   expect_values({4, 5}, out);
-}
-
-TEST(ResampleEveryMode, CopiesTheInputsWhenTheOutputsAreAsMany) {
-  const float src[] = {1, 2, 3, 4, 5};
   for (std::uint16_t mode : {0, 1, 2, 3, 4, 200}) {
-    float out[8];
-    std::fill(out, out + 8, kUntouched);
+    SCOPED_TRACE(mode);
+    std::fill(out, out + 9, kUntouched);
+    resample_buffer(src, 5, out, 3, 0, mode);
+    for (float x : out) EXPECT_FLOAT_BITS(kUntouched, x);
+    resample_buffer(src, 5, out, 3, 4, mode);
+    EXPECT_FLOAT_BITS(kUntouched, out[2]);
+    EXPECT_FLOAT_BITS(kUntouched, out[7]);
+    std::fill(out, out + 9, kUntouched);
     resample_buffer(src, 5, out, 1, 5, mode);
     expect_values({kUntouched, 1, 2, 3, 4, 5, kUntouched}, out);
     resample_buffer(src, 2, out, 5, 4, mode);  // more outputs: the inputs still
     expect_values({kUntouched, 1, 2, 3, 4, 1, 2, kUntouched}, out);
-  }
-}
-
-TEST(ResampleEveryMode, WritesOnlyTheOutputsAtTheOffset) {
-  const float src[] = {1, 2, 3, 4, 5};
-  for (std::uint16_t mode : {0, 1, 2, 3, 4, 200}) {
-    float out[9];
-    std::fill(out, out + 9, kUntouched);
-    resample_buffer(src, 5, out, 3, 0, mode);
-    for (float x : out) EXPECT_FLOAT_BITS(kUntouched, x) << "mode " << mode;
-    resample_buffer(src, 5, out, 3, 4, mode);
-    EXPECT_FLOAT_BITS(kUntouched, out[2]) << "mode " << mode;
-    EXPECT_FLOAT_BITS(kUntouched, out[7]) << "mode " << mode;
   }
 }
 
