@@ -7,6 +7,13 @@
 
 namespace vtl::test {
 
+inline const std::string kInit = "vtl_anomalydetection_init";
+inline const std::string kGetVersion = "vtl_anomalydetection_get_version";
+inline const std::string kKnowledge = "vtl_anomalydetection_knowledge";
+inline const std::string kLearn = "vtl_anomalydetection_learn";
+inline const std::string kSensitivity = "vtl_anomalydetection_set_sensitivity";
+inline const std::string kDetect = "vtl_anomalydetection_detect";
+
 inline const std::string kVersion = "5e2a9c4f7b1d3e8a6c0f2b4d";
 inline const std::string kTrailer =
     "Refer to Vantelo Emulator documentation for more details:\n"
