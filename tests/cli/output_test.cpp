@@ -14,37 +14,6 @@
 namespace vtl {
 namespace {
 
-// What an Output writes for the given numbers, one per line.
-std::string printed(const std::vector<std::int32_t>& values) {
-  int ends[2];
-  EXPECT_EQ(::pipe(ends), 0);
-  Output o;
-  o.redirect(ends[1]);
-  for (std::int32_t v : values) {
-    o.decimal(v);
-    o.character('\n');
-  }
-  EXPECT_TRUE(o.flush());
-  ::close(ends[1]);
-  std::string text;
-  char block[4096];
-  ssize_t got;
-  while ((got = ::read(ends[0], block, sizeof block)) > 0)
-    text.append(block, static_cast<std::size_t>(got));
-  ::close(ends[0]);
-  return text;
-}
-
-std::string with_printf(const std::vector<std::int32_t>& values) {
-  std::string text;
-  for (std::int32_t v : values) {
-    char digits[16];
-    std::snprintf(digits, sizeof digits, "%d\n", v);
-    text += digits;
-  }
-  return text;
-}
-
 TEST(Output, DecimalsAreThoseOfPrintf) {
   std::vector<std::int32_t> values = {
       0,    1,    9,     10,    11,     99,      100,       101,        999,
@@ -54,7 +23,25 @@ TEST(Output, DecimalsAreThoseOfPrintf) {
   for (int i = 0; i < 2000; ++i) {
     values.push_back(static_cast<std::int32_t>(random()) >> (random() % 31));
   }
-  EXPECT_EQ(printed(values), with_printf(values));
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  Output o;
+  o.redirect(ends[1]);
+  std::string expected;
+  for (std::int32_t v : values) {
+    o.decimal(v);
+    o.character('\n');
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%d\n", v);
+    expected += digits;
+  }
+  ASSERT_TRUE(o.flush());
+  ::close(ends[1]);
+  std::string text;
+  char block[4096];
+  for (ssize_t got; (got = ::read(ends[0], block, sizeof block)) > 0;) text.append(block, got);
+  ::close(ends[0]);
+  EXPECT_EQ(text, expected);
 }
 
 }  // namespace

@@ -18,15 +18,8 @@ namespace {
 // A shell word that stands for the text exactly.
 std::string shell_word(const std::string& text) {
   std::string word = "'";
-  for (char c : text) {
-    if (c == '\'') {
-      word += "'\\''";
-    } else {
-      word += c;
-    }
-  }
-  word += '\'';
-  return word;
+  for (char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + "'";
 }
 
 }  // namespace
@@ -95,22 +88,10 @@ void Session::run_steps(const std::vector<Step>& steps) {
     EXPECT_EQ(result.out, step.expected_out);
     EXPECT_EQ(result.status, step.expected_status);
     const std::optional<std::string> after = state();
-    switch (step.state) {
-      case StateAfter::any:
-        break;
-      case StateAfter::unchanged:
-        EXPECT_EQ(after, before);
-        break;
-      case StateAfter::changed:
-        EXPECT_NE(after, before);
-        break;
-      case StateAfter::absent:
-        EXPECT_FALSE(after.has_value());
-        break;
-      case StateAfter::present:
-        EXPECT_TRUE(after.has_value());
-        break;
-    }
+    if (step.state == StateAfter::unchanged) EXPECT_EQ(after, before);
+    if (step.state == StateAfter::changed) EXPECT_NE(after, before);
+    if (step.state == StateAfter::absent) EXPECT_FALSE(after.has_value());
+    if (step.state == StateAfter::present) EXPECT_TRUE(after.has_value());
   }
 }
 
@@ -154,22 +135,11 @@ struct JsonChecker {
     return eat(close);
   }
   bool value() {
-    switch (peek()) {
-      case '{':
-        return sequence('}', [this] { return string() && eat(':') && value(); });
-      case '[':
-        return sequence(']', [this] { return value(); });
-      case '"':
-        return string();
-      case 't':
-        return word("true");
-      case 'f':
-        return word("false");
-      case 'n':
-        return word("null");
-      default:
-        return number();
-    }
+    const char c = peek();
+    if (c == '{') return sequence('}', [this] { return string() && eat(':') && value(); });
+    if (c == '[') return sequence(']', [this] { return value(); });
+    if (c == '"') return string();
+    return word("true") || word("false") || word("null") || number();
   }
 };
 

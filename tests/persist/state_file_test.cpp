@@ -45,10 +45,8 @@ void set_distinct_model() {
   smallest_count = 0xF1F2;
 }
 
-void put_le(std::vector<std::uint8_t>& image, std::size_t offset, std::uint32_t value,
-            std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i)
-    image[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
+void put_le(std::vector<std::uint8_t>& image, std::size_t at, std::uint32_t value, int size) {
+  for (int i = 0; i < size; ++i) image[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
 // The layout as documented: offsets and widths written out, not computed by
@@ -72,11 +70,9 @@ std::vector<std::uint8_t> hand_written_image() {
     put_le(image, block + 12, radius_bits(k), 4);
     put_le(image, block + 16, 0xD0E0 + k, 2);
   }
-  image[211] = 0xE1;  // spare_slot
-  image[212] = 0xE2;  // filled_slots
-  image[213] = 0xE3;  // smallest_count_slot
-  image[214] = 0xF2;  // smallest_count
-  image[215] = 0xF1;
+  // spare_slot, filled_slots, smallest_count_slot, smallest_count
+  const std::uint8_t tail[5] = {0xE1, 0xE2, 0xE3, 0xF2, 0xF1};
+  std::memcpy(image.data() + 211, tail, sizeof tail);
   return image;
 }
 
@@ -99,14 +95,11 @@ void expect_hand_written_image(const ReportTotals& totals) {
   }
 }
 
-TEST(StateFile, EncodesEveryFieldAtItsDocumentedOffset) {
+TEST(StateFile, EveryFieldIsAtItsDocumentedOffset) {
   set_distinct_model();
   expect_hand_written_image(kTotals);
-}
-
-// With the encoder checked against the image, encoding what was decoded gives
-// the image back only if every field was decoded from the right bytes.
-TEST(StateFile, DecodesEveryFieldFromItsDocumentedOffset) {
+  // With the encoder checked against the image, encoding what was decoded
+  // gives the image back only if every field was decoded from the right bytes.
   clear_model();
   ReportTotals totals;
   const std::vector<std::uint8_t> image = hand_written_image();
@@ -152,11 +145,9 @@ TEST(StateFile, AFieldCutOffByTheEndKeepsItsValue) {
 
 TEST(StateStore, DurableSavesAreAskedForByAnyValueButEmptyOrZero) {
   EXPECT_FALSE(sync_requested(nullptr));
-  EXPECT_FALSE(sync_requested(""));
-  EXPECT_FALSE(sync_requested("0"));
-  EXPECT_TRUE(sync_requested("1"));
-  EXPECT_TRUE(sync_requested("00"));
-  EXPECT_TRUE(sync_requested("no"));  // any other text, as with most such switches
+  for (const char* no : {"", "0"}) EXPECT_FALSE(sync_requested(no)) << no;
+  // Any other text, as with most such switches.
+  for (const char* yes : {"1", "00", "no", "yes"}) EXPECT_TRUE(sync_requested(yes)) << yes;
 }
 
 }  // namespace
