@@ -135,12 +135,18 @@ std::string chunked_difference(const std::string& bytes, std::vector<std::size_t
   return result;
 }
 
-// Through a file larger than one block.
-std::string file_difference(const std::string& bytes) {
+// A temporary file holding the bytes, its descriptor at the start.
+std::FILE* file_of(const std::string& bytes) {
   std::FILE* file = std::tmpfile();
   std::fwrite(bytes.data(), 1, bytes.size(), file);
   std::fflush(file);
   lseek(fileno(file), 0, SEEK_SET);
+  return file;
+}
+
+// Through a file larger than one block.
+std::string file_difference(const std::string& bytes) {
+  std::FILE* file = file_of(bytes);
   auto in = std::make_unique<ByteReader>(fileno(file));
   std::string result = difference(bytes, *in);
   std::fclose(file);
@@ -177,21 +183,11 @@ class Texts {
   std::string near_halfway() {
     static const std::uint32_t kEdges[] = {0,        1,        2,          0x7ffffe,  0x7fffff,
                                            0x800000, 0x800001, 0x7f7ffffe, 0x7f7fffff};
-    std::uint32_t b;
-    switch (uniform(0, 3)) {
-      case 0:
-        b = kEdges[uniform(0, 8)];
-        break;
-      case 1:
-        b = static_cast<std::uint32_t>(uniform(0, 0x7f7fffff));
-        break;
-      case 2:
-        b = static_cast<std::uint32_t>(uniform(0, 0x900000));
-        break;
-      default:
-        b = static_cast<std::uint32_t>(uniform(0x3a800000, 0x447a0000));
-        break;
-    }
+    const int kind = uniform(0, 3);
+    const auto b = static_cast<std::uint32_t>(kind == 0   ? kEdges[uniform(0, 8)]
+                                              : kind == 1 ? uniform(0, 0x7f7fffff)
+                                              : kind == 2 ? uniform(0, 0x900000)
+                                                          : uniform(0x3a800000, 0x447a0000));
     const double low = from_bits(b);
     const double high = b == 0x7f7fffff ? std::ldexp(1.0, 128) : from_bits(b + 1);
     const double target = chance(80) ? low / 2 + high / 2 : chance(50) ? low : high;
@@ -431,10 +427,7 @@ TEST(ByteReader, UngetCrossesABlockBoundaryAndTheEndStays) {
   std::string bytes(ByteReader::kBlockSize + 2, 'a');
   bytes[ByteReader::kBlockSize - 1] = 'b';
   bytes[ByteReader::kBlockSize] = 'c';
-  std::FILE* file = std::tmpfile();
-  std::fwrite(bytes.data(), 1, bytes.size(), file);
-  std::fflush(file);
-  lseek(fileno(file), 0, SEEK_SET);
+  std::FILE* file = file_of(bytes);
   auto in = std::make_unique<ByteReader>(fileno(file));
   for (std::size_t i = 1; i < ByteReader::kBlockSize; ++i) in->get();
   EXPECT_EQ(in->get(), 'b');  // the last byte of the first block
