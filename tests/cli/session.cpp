@@ -1,47 +1,13 @@
 #include "cli/session.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cctype>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 namespace vtl::test {
-
-namespace {
-
-// A shell word that stands for the text exactly.
-std::string shell_word(const std::string& text) {
-  std::string word = "'";
-  for (char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return word + "'";
-}
-
-}  // namespace
-
-Session::Session() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "vantelo-e2e-XXXXXX").string();
-  char* made = mkdtemp(pattern.data());
-  if (made == nullptr) throw std::runtime_error("mkdtemp failed");
-  dir_ = made;
-}
-
-Session::~Session() {
-  std::error_code ignored;
-  std::filesystem::remove_all(dir_, ignored);
-}
-
-std::string Session::path(const std::string& name) const { return dir_ + "/" + name; }
-
-void Session::write_file(const std::string& name, const std::string& bytes) const {
-  std::ofstream file(path(name), std::ios::binary | std::ios::trunc);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
 
 std::optional<std::string> Session::read_file(const std::string& name) const {
   std::ifstream file(path(name), std::ios::binary);
@@ -51,24 +17,9 @@ std::optional<std::string> Session::read_file(const std::string& name) const {
   return content.str();
 }
 
-RunResult Session::run(const std::vector<std::string>& args, bool json) {
+Result Session::run(const Command& args, bool json) const {
   const std::optional<std::string> state_before = state();
-  // Standard error goes to a file so that a large standard output cannot block.
-  std::string command = "cd " + shell_word(dir_) + " && exec " + shell_word(VTL_EMULATOR_PATH);
-  for (const std::string& arg : args) {
-    command += ' ';
-    command += shell_word(arg);
-  }
-  std::FILE* pipe = popen((command + " 2>.stderr").c_str(), "r");
-  RunResult result;
-  char buffer[65536];
-  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-    result.out.append(buffer, got);
-  const int wait_status = pclose(pipe);
-  result.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
-  result.err = read_file(".stderr").value_or("");
-  std::filesystem::remove(path(".stderr"));
-
+  const Result result = Dir::run(Launch{args});
   EXPECT_EQ(result.err, "") << "standard error must stay empty";
   if (result.status != 0) {
     EXPECT_EQ(state(), state_before) << "a failing invocation changed the state file";
@@ -78,13 +29,13 @@ RunResult Session::run(const std::vector<std::string>& args, bool json) {
   return result;
 }
 
-void Session::run_steps(const std::vector<Step>& steps) {
+void Session::run_steps(const std::vector<Step>& steps) const {
   for (const Step& step : steps) {
     std::string label;
     for (const std::string& arg : step.args) label += arg + " ";
     SCOPED_TRACE("invocation: " + label);
     const std::optional<std::string> before = state();
-    const RunResult result = run(step.args);
+    const Result result = run(step.args);
     EXPECT_EQ(result.out, step.expected_out);
     EXPECT_EQ(result.status, step.expected_status);
     const std::optional<std::string> after = state();

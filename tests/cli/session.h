@@ -1,53 +1,41 @@
 #pragma once
 // End-to-end test harness: runs the real emulator in a fresh temporary
-// directory, one invocation at a time, and checks the rules every invocation
-// must keep: nothing on standard error, a failing invocation leaves the state
-// file byte for byte as it was, and a successful report is valid JSON.
+// directory and checks the rules every invocation must keep: nothing on
+// standard error, a failing invocation leaves the state file byte for byte as
+// it was, and a successful report is valid JSON.
 
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace vtl::test {
+#include "cli/launcher.h"
 
-struct RunResult {
-  std::string out;
-  std::string err;
-  int status = -1;
-};
+namespace vtl::test {
 
 // What a step expects of the state file afterwards.
 enum class StateAfter { any, unchanged, changed, absent, present };
 
 struct Step {
-  std::vector<std::string> args;  // after the program name
+  Command args;  // after the program name
   std::string expected_out;
   int expected_status = 0;
   StateAfter state = StateAfter::any;
 };
 
-class Session {
+class Session : public Dir {
  public:
-  Session();
-  ~Session();
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
-
-  // Runs the emulator with these arguments in the session's directory.
-  // Successful runs must print valid JSON unless json is false (a file name
-  // with a quote is printed unescaped).
-  RunResult run(const std::vector<std::string>& args, bool json = true);
+  // Runs the emulator with these arguments and checks the rules. Successful
+  // runs must print valid JSON unless json is false (a file name with a quote
+  // is printed unescaped).
+  Result run(const Command& args, bool json = true) const;
   // Runs each step and compares output, status and state file.
-  void run_steps(const std::vector<Step>& steps);
+  void run_steps(const std::vector<Step>& steps) const;
 
-  std::string path(const std::string& name) const;
-  void write_file(const std::string& name, const std::string& bytes) const;
+  std::string path(const std::string& name) const { return *this / name; }
+  void write_file(const std::string& name, const std::string& bytes) const { write(name, bytes); }
   std::optional<std::string> read_file(const std::string& name) const;
   std::optional<std::string> state() const { return read_file("Vantelo.dat"); }
   void write_state(const std::string& bytes) const { write_file("Vantelo.dat", bytes); }
-
- private:
-  std::string dir_;
 };
 
 // A minimal JSON well-formedness check (objects, arrays, strings, numbers,

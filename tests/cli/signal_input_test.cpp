@@ -317,7 +317,7 @@ TEST(SignalInput, RangesOfLongFilesRateEachLineAsTheWholeFileDoes) {
            {2, 9000}, {1025, 6000}, {4097, 4200}, {8990, 9000}, {1, 4095}}) {
     SCOPED_TRACE(std::to_string(begin) + ".." + std::to_string(end));
     s.write_state(before);
-    const RunResult ranged = s.run({kDetect, "--file", "long.csv", "--begin", std::to_string(begin),
+    const Result ranged = s.run({kDetect, "--file", "long.csv", "--begin", std::to_string(begin),
                                     "--end", std::to_string(end)});
     ASSERT_EQ(ranged.status, 0) << ranged.out.substr(0, 400);
     const std::vector<std::string> entries = entry_lines(ranged.out);
@@ -334,7 +334,7 @@ TEST(SignalInput, RangesOfLongFilesRateEachLineAsTheWholeFileDoes) {
 TEST(SignalInput, DetectionTotalsCountAcrossInvocations) {
   Session s;
   learn_twelve(s);
-  const RunResult first = s.run({kDetect, "--file", "train.csv"});
+  const Result first = s.run({kDetect, "--file", "train.csv"});
   ASSERT_EQ(first.status, 0);
   // The summaries count the entries as they were classified.
   const std::vector<std::string> entries = entry_lines(first.out);
