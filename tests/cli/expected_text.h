@@ -1,6 +1,7 @@
 #pragma once
 // The emulator's fixed texts as users see them, for exact comparison.
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -83,6 +84,22 @@ inline std::string detect_entry(int signal, int line, int similarity, bool last 
 }
 inline const std::string kResultsOpen = "\t\"results\": [\n";
 inline const std::string kResultsClose = "\t],\n";
+
+// A knowledge file: a model of three merged clusters with 14 learned signals.
+inline std::string knowledge_bytes(size_t length, float last_signature_value = 1.0f) {
+  std::array<float, 72> r{14.0f, 4.0f, 1.0f};
+  for (int k = 0; k < 10; ++k) {
+    const float slot[5] = {1.0f + static_cast<float>(k), 2.0f, 3.0f, k < 3 ? 0.5f : 0.0f,
+                           k < 3 ? 4.0f : 1.0f};
+    std::memcpy(r.data() + 3 + 5 * k, slot, sizeof slot);
+  }
+  const float tail[19] = {9, 9, 3, 1, 8, 3, 1, 0, 0, 0, 100, 0, 0, 0, 1000000, 0, 10, 21, 1};
+  std::memcpy(r.data() + 53, tail, sizeof tail);
+  r[71] = last_signature_value;
+  std::string bytes(reinterpret_cast<const char*>(r.data()), sizeof r);  // little-endian host
+  bytes.resize(length, '\0');
+  return bytes;
+}
 
 // A state file image built field by field at the documented offsets.
 class StateImage {

@@ -318,7 +318,7 @@ TEST(SignalInput, RangesOfLongFilesRateEachLineAsTheWholeFileDoes) {
     SCOPED_TRACE(std::to_string(begin) + ".." + std::to_string(end));
     s.write_state(before);
     const Result ranged = s.run({kDetect, "--file", "long.csv", "--begin", std::to_string(begin),
-                                    "--end", std::to_string(end)});
+                                 "--end", std::to_string(end)});
     ASSERT_EQ(ranged.status, 0) << ranged.out.substr(0, 400);
     const std::vector<std::string> entries = entry_lines(ranged.out);
     ASSERT_EQ(entries.size(), static_cast<std::size_t>(end - begin + 1));
