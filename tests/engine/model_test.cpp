@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "engine/interface.h"
 #include "test_util.h"
 
@@ -33,47 +35,46 @@ void expect_reset_table() {
   EXPECT_EQ(9, spare_slot);
 }
 
-TEST(Model, ResetKeepingTheMeasuresEmptiesOnlyTheTable) {
-  scribble_model();
-  EXPECT_EQ(engine_reset_keep_measures(), 1);
-  expect_reset_table();
-  EXPECT_EQ(2, measure_primary);
-  EXPECT_EQ(3, measure_secondary);
-}
-
-TEST(Model, ResetSelectsTheAngleTimesTheManhattanDistance) {
-  scribble_model();
-  engine_reset();
-  expect_reset_table();
-  EXPECT_EQ(4, measure_primary);
-  EXPECT_EQ(1, measure_secondary);
-}
-
-TEST(Model, PairIndexNumbersEachUnorderedPairOnce) {
-  EXPECT_EQ(0u, pair_index(1, 0));
-  EXPECT_EQ(44u, pair_index(9, 8));
-  EXPECT_EQ(13u, pair_index(3, 5));
-  EXPECT_EQ(13u, pair_index(5, 3));
-  EXPECT_EQ(0u, pair_index(4, 4));
-  EXPECT_EQ(32639u, pair_index(255, 254));  // no overflow for 8-bit slots
-}
-
-TEST(EngineInterface, InitEmptiesTheModelButKeepsTheSensitivity) {
-  scribble_model();
-  learn_count = 33;
-  engine_status = status_minimum_learning_pending;
-  sensitivity = 2.5f;
-  EXPECT_EQ(status_ok, vtl_anomalydetection_init());
-  expect_reset_table();
+// Keeping the measures empties only the table; a full reset selects the angle
+// times the Manhattan distance; init resets fully, keeping the sensitivity.
+TEST(Model, ResetAndInitEmptyTheTable) {
+  for (int way = 0; way < 3; ++way) {
+    SCOPED_TRACE(way);
+    scribble_model();
+    learn_count = 33;
+    sensitivity = 2.5f;
+    if (way == 1) engine_reset();
+    const std::uint32_t result = way == 0   ? engine_reset_keep_measures()
+                                 : way == 2 ? vtl_anomalydetection_init()
+                                            : 1;
+    EXPECT_EQ(way == 2 ? status_ok : 1, result);
+    expect_reset_table();
+    EXPECT_EQ(way == 0 ? 2 : 4, measure_primary);
+    EXPECT_EQ(way == 0 ? 3 : 1, measure_secondary);
+    EXPECT_EQ(way == 2 ? 0u : 33u, learn_count);
+  }
   EXPECT_EQ(1, init_done);
-  EXPECT_EQ(0u, learn_count);
   EXPECT_FLOAT_BITS(2.5f, sensitivity);
   sensitivity = 1.0f;
 }
 
+TEST(Model, PairIndexNumbersEachUnorderedPairOnce) {
+  for (const auto& [a, b, index] : {std::tuple{1, 0, 0u},
+                                    {9, 8, 44u},
+                                    {3, 5, 13u},
+                                    {5, 3, 13u},
+                                    {4, 4, 0u},
+                                    {255, 254, 32639u}}) {  // no overflow at 8 bits
+    EXPECT_EQ(index, pair_index(static_cast<std::uint8_t>(a), static_cast<std::uint8_t>(b)))
+        << a << ", " << b;
+  }
+}
+
 const float kSignal[3] = {1.0f, 2.0f, 3.0f};
 
-TEST(EngineInterface, LearningNeedsAnInitFlagOf1) {
+// Learning needs an init flag of 1; detection waits for ten learned signals,
+// and a stored refusal blocks it whatever the count.
+TEST(EngineInterface, StatusRulesOfLearnAndDetect) {
   for (std::uint8_t flag : {0, 2}) {
     init_done = flag;
     learn_count = 5;
@@ -81,10 +82,6 @@ TEST(EngineInterface, LearningNeedsAnInitFlagOf1) {
     EXPECT_EQ(status_not_initialized, engine_status);
     EXPECT_EQ(5u, learn_count);
   }
-  init_done = 1;
-}
-
-TEST(EngineInterface, DetectionWaitsForTenLearnedSignals) {
   vtl_anomalydetection_init();
   for (int k = 1; k <= 9; ++k) {
     EXPECT_EQ(status_minimum_learning_pending, vtl_anomalydetection_learn(kSignal)) << k;
@@ -99,12 +96,7 @@ TEST(EngineInterface, DetectionWaitsForTenLearnedSignals) {
   EXPECT_EQ(status_ok, vtl_anomalydetection_detect(kSignal, &similarity));
   EXPECT_LE(similarity, 100);
   EXPECT_EQ(status_minimum_learning_done, engine_status);  // not changed by detection
-}
-
-TEST(EngineInterface, AStoredRefusalBlocksDetectionWhateverTheCount) {
-  vtl_anomalydetection_init();
   learn_count = 50;
-  std::uint8_t similarity = 7;
   for (std::uint32_t status : {status_minimum_learning_pending, status_detect_blocked}) {
     engine_status = status;
     EXPECT_EQ(status, vtl_anomalydetection_detect(kSignal, &similarity));

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <vector>
 
 #include "engine/interface.h"
@@ -15,94 +16,74 @@
 namespace vtl {
 namespace {
 
-using test::bits;
-
-// A distinct value in every global, so that a field missing from the list shows.
-void scribble_globals() {
+// A value of its own in every global, scaled by s, so that a field missing
+// from the list shows; s = 0 gives the values of a process just started.
+void scribble_globals(unsigned s) {
+  const auto f = static_cast<float>(s);
   for (unsigned k = 0; k < kClusterSlots; ++k) {
-    cluster_table[k] = {static_cast<std::uint16_t>(100 + k), 0.5f + k, {1.0f * k, 2.0f, 3.0f}};
+    cluster_table[k] = {static_cast<std::uint16_t>((100 + k) * s),
+                        (0.5f + k) * f,
+                        {(1.0f + k) * f, 2.0f * f, (3.0f + k) * f}};
   }
-  for (unsigned k = 0; k < kPairCount; ++k) pair_distance[k] = 0.25f * k;
-  smallest_count = 11;
-  smallest_count_slot = 12;
-  filled_slots = 13;
-  spare_slot = 14;
-  measure_primary = 15;
-  measure_secondary = 16;
-  closest_distance = 17.5f;
+  for (unsigned k = 0; k < kPairCount; ++k) pair_distance[k] = 0.25f * (k + 1) * f;
+  smallest_count = static_cast<std::uint16_t>(11 * s);
+  smallest_count_slot = static_cast<std::uint8_t>(12 * s);
+  filled_slots = static_cast<std::uint8_t>(13 * s);
+  spare_slot = static_cast<std::uint8_t>(14 * s);
+  measure_primary = static_cast<std::uint8_t>(15 * s);
+  measure_secondary = static_cast<std::uint8_t>(16 * s);
+  closest_distance = 17.5f * f;
   for (unsigned c = 0; c < kSignalLength; ++c) {
-    merge_saved_center[c] = 18.0f + c;
-    distance_workspace[c] = 21.0f + c;
-    staged_signal[c] = 24.0f + c;
+    merge_saved_center[c] = (18.0f + c) * f;
+    distance_workspace[c] = (21.0f + c) * f;
+    staged_signal[c] = (24.0f + c) * f;
   }
-  frame_length = 27;
-  vector_length = 28;
-  engine_status = 29;
-  init_done = 30;
-  learn_count = 31;
-  sensitivity = 32.5f;
-  value_scratch = 33.5f;
+  frame_length = static_cast<std::uint16_t>(27 * s);
+  vector_length = static_cast<std::uint16_t>(28 * s);
+  engine_status = 29 * s;
+  init_done = static_cast<std::uint8_t>(30 * s);
+  learn_count = 31 * s;
+  sensitivity = 1.0f + 32.5f * f;
+  value_scratch = 33.5f * f;
 }
 
-void expect_start_values() {
-  for (const ClusterRecord& slot : cluster_table) {
-    EXPECT_EQ(slot.count, 0);
-    for (float v : {slot.radius, slot.center[0], slot.center[1], slot.center[2]}) {
-      EXPECT_EQ(bits(v), 0u);
-    }
+void expect_globals(unsigned s) {
+  const auto f = static_cast<float>(s);
+  for (unsigned k = 0; k < kClusterSlots; ++k) {
+    EXPECT_EQ(cluster_table[k].count, (100 + k) * s) << k;
+    EXPECT_FLOAT_BITS((0.5f + k) * f, cluster_table[k].radius) << k;
+    EXPECT_FLOAT_BITS((1.0f + k) * f, cluster_table[k].center[0]) << k;
+    EXPECT_FLOAT_BITS(2.0f * f, cluster_table[k].center[1]) << k;
+    EXPECT_FLOAT_BITS((3.0f + k) * f, cluster_table[k].center[2]) << k;
   }
-  for (float d : pair_distance) EXPECT_EQ(bits(d), 0u);
-  for (int v : {smallest_count + 0, smallest_count_slot + 0, filled_slots + 0, spare_slot + 0,
-                measure_primary + 0, measure_secondary + 0, frame_length + 0, vector_length + 0}) {
-    EXPECT_EQ(0, v);
+  for (unsigned k = 0; k < kPairCount; ++k)
+    EXPECT_FLOAT_BITS(0.25f * (k + 1) * f, pair_distance[k]);
+  const unsigned integers[] = {smallest_count,  smallest_count_slot, filled_slots, spare_slot,
+                               measure_primary, measure_secondary,   frame_length, vector_length,
+                               engine_status,   init_done,           learn_count};
+  const unsigned expected_integers[] = {11, 12, 13, 14, 15, 16, 27, 28, 29, 30, 31};
+  for (unsigned i = 0; i < std::size(integers); ++i)
+    EXPECT_EQ(expected_integers[i] * s, integers[i]) << "integer " << i;
+  for (unsigned c = 0; c < kSignalLength; ++c) {
+    EXPECT_FLOAT_BITS((18.0f + c) * f, merge_saved_center[c]);
+    EXPECT_FLOAT_BITS((21.0f + c) * f, distance_workspace[c]);
+    EXPECT_FLOAT_BITS((24.0f + c) * f, staged_signal[c]);
   }
-  for (float v : {closest_distance, value_scratch, merge_saved_center[2], distance_workspace[2],
-                  staged_signal[2]}) {
-    EXPECT_EQ(bits(v), 0u);
-  }
-  EXPECT_EQ(0u, engine_status);
-  EXPECT_EQ(0, init_done);
-  EXPECT_EQ(0u, learn_count);
-  EXPECT_FLOAT_BITS(1.0f, sensitivity);
+  EXPECT_FLOAT_BITS(17.5f * f, closest_distance);
+  EXPECT_FLOAT_BITS(1.0f + 32.5f * f, sensitivity);
+  EXPECT_FLOAT_BITS(33.5f * f, value_scratch);
 }
 
+// Restoring the snapshot of a process just started and then a captured one
+// brings back every global.
 TEST(EngineSnapshot, EveryGlobalTravels) {
-  scribble_globals();
+  scribble_globals(1);
   EngineSnapshot scribbled;
   capture_engine(scribbled);
   restore_engine(EngineSnapshot{});
-  expect_start_values();
-
+  expect_globals(0);
   restore_engine(scribbled);
-  EngineSnapshot again;
-  capture_engine(again);
-  for (unsigned k = 0; k < kClusterSlots; ++k) {
-    EXPECT_EQ(again.cluster_table[k].count, 100 + k);
-    EXPECT_FLOAT_BITS(0.5f + k, again.cluster_table[k].radius);
-    EXPECT_FLOAT_BITS(1.0f * k, again.cluster_table[k].center[0]);
-  }
-  EXPECT_FLOAT_BITS(0.25f * 44, again.pair_distance[44]);
-  EXPECT_EQ(11, again.smallest_count);
-  EXPECT_EQ(12, again.smallest_count_slot);
-  EXPECT_EQ(13, again.filled_slots);
-  EXPECT_EQ(14, again.spare_slot);
-  EXPECT_EQ(15, again.measure_primary);
-  EXPECT_EQ(16, again.measure_secondary);
-  EXPECT_FLOAT_BITS(17.5f, again.closest_distance);
-  EXPECT_FLOAT_BITS(20.0f, again.merge_saved_center[2]);
-  EXPECT_FLOAT_BITS(23.0f, again.distance_workspace[2]);
-  EXPECT_FLOAT_BITS(26.0f, again.staged_signal[2]);
-  EXPECT_EQ(27, again.frame_length);
-  EXPECT_EQ(28, again.vector_length);
-  EXPECT_EQ(29u, again.engine_status);
-  EXPECT_EQ(30, again.init_done);
-  EXPECT_EQ(31u, again.learn_count);
-  EXPECT_FLOAT_BITS(32.5f, again.sensitivity);
-  EXPECT_FLOAT_BITS(33.5f, again.value_scratch);
-}
-
-float signal_value(unsigned i, unsigned c, float scale) {
-  return scale * static_cast<float>((i * 7 + c * 3) % 11) + static_cast<float>(c);
+  expect_globals(1);
 }
 
 struct RunResult {
@@ -110,16 +91,18 @@ struct RunResult {
   float knowledge[kKnowledgeValues];
 };
 
-// Learns `n` signals and rates `n` signals; `between` runs after each step.
+// Learns 40 signals and rates 40 more, restoring `engine` before each step and
+// capturing it after; `between` runs after each step.
 template <typename Between>
-RunResult learn_and_detect(EngineSnapshot& engine, unsigned n, float scale, Between between) {
+RunResult learn_and_detect(EngineSnapshot& engine, Between between) {
   RunResult run{};
-  for (unsigned i = 0; i < 2 * n; ++i) {
+  for (unsigned i = 0; i < 80; ++i) {
     restore_engine(engine);
-    const float signal[3] = {signal_value(i, 0, scale), signal_value(i, 1, scale),
-                             signal_value(i, 2, scale)};
+    float signal[3];
+    for (unsigned c = 0; c < 3; ++c)
+      signal[c] = 0.1f * static_cast<float>((i * 7 + c * 3) % 11) + static_cast<float>(c);
     std::uint8_t similarity = 0;
-    if (i < n) {
+    if (i < 40) {
       vtl_anomalydetection_learn(signal);
     } else {
       vtl_anomalydetection_detect(signal, &similarity);
@@ -143,20 +126,17 @@ EngineSnapshot fresh_engine() {
 
 TEST(EngineSnapshot, InterleavedEnginesMatchEnginesAlone) {
   EngineSnapshot alone = fresh_engine();
-  const RunResult expected = learn_and_detect(alone, 40, 0.1f, [] {});
-
+  const RunResult expected = learn_and_detect(alone, [] {});
   EngineSnapshot mine = fresh_engine();
   EngineSnapshot other = fresh_engine();
-  unsigned other_step = 0;
+  float other_x = 0.0f;
   // After every step of `mine`, the other engine learns a signal of its own.
-  const RunResult interleaved = learn_and_detect(mine, 40, 0.1f, [&] {
+  const RunResult interleaved = learn_and_detect(mine, [&] {
     restore_engine(other);
-    const float signal[3] = {5.0f * other_step, -3.0f, 1.0f};
+    const float signal[3] = {other_x += 5.0f, -3.0f, 1.0f};
     vtl_anomalydetection_learn(signal);
-    ++other_step;
     capture_engine(other);
   });
-
   EXPECT_EQ(expected.similarities, interleaved.similarities);
   for (unsigned k = 0; k < kKnowledgeValues; ++k) {
     EXPECT_FLOAT_BITS(expected.knowledge[k], interleaved.knowledge[k]);

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <tuple>
 
 #include "test_util.h"
 
@@ -13,64 +13,48 @@ namespace {
 
 using test::kNaN;
 
-TEST(Staging, StageSignalCopiesBitForBitThroughTheScratch) {
+TEST(Staging, StageSignalAndCopyValueCopyBitForBit) {
   const float source[3] = {1.5f, -2.0f, test::from_bits(0x7FC00ABCu)};
   float destination[3] = {9.0f, 9.0f, 9.0f};
   stage_signal(source, destination);
-  EXPECT_FLOAT_BITS(1.5f, destination[0]);
-  EXPECT_FLOAT_BITS(-2.0f, destination[1]);
-  EXPECT_EQ(0x7FC00ABCu, test::bits(destination[2]));
+  for (int c = 0; c < 3; ++c) EXPECT_FLOAT_BITS(source[c], destination[c]);
   EXPECT_EQ(0x7FC00ABCu, test::bits(value_scratch));  // holds the third value
-}
-
-TEST(Staging, CopyValueWritesOnlyTheFirstValueAndNothingForACountOf0) {
+  // copy_value writes only the first value, and nothing for a count of 0.
   float out[4] = {0.0f, 0.0f, 0.0f, 0.0f};
-  const float many[5] = {4.0f, 5.0f, 6.0f, 7.0f, 8.0f};
-  copy_value(many, out, 2, 5, 3);
-  copy_value(many + 1, out, 0, 0, 0);
-  EXPECT_FLOAT_BITS(0.0f, out[0]);
-  EXPECT_FLOAT_BITS(4.0f, out[2]);
-  EXPECT_FLOAT_BITS(0.0f, out[3]);
+  copy_value(source, out, 2, 5, 3);
+  copy_value(source + 1, out, 0, 0, 0);
+  EXPECT_EQ(test::bits(out[0]) | test::bits(out[3]), 0u);
+  EXPECT_FLOAT_BITS(1.5f, out[2]);
 }
 
+// The first of equal minima; a NaN never wins, but a NaN in front stays; no
+// values are read for a count of 0, which gives NaN at 0.
 TEST(Staging, FindMinKeepsTheFirstSmallestAndALeadingNaN) {
-  float minimum;
-  std::uint32_t position;
-  const float ties[] = {3.0f, 1.0f, 1.0f, kNaN};
-  find_min(ties, 4, &minimum, &position);  // first of equal minima; NaN never wins
-  EXPECT_EQ(1u, position);
-  const float falling[] = {3.0f, 2.0f, 1.0f};
-  find_min(falling, 3, &minimum, &position);
-  EXPECT_EQ(2u, position);
-  const float nan_first[] = {kNaN, -1.0f};
-  find_min(nan_first, 2, &minimum, &position);  // but a NaN in front stays
-  EXPECT_EQ(0u, position);
-  EXPECT_TRUE(std::isnan(minimum)) << minimum;
+  const float ties[] = {3, 1, 1, kNaN}, falling[] = {3, 2, 1}, nan_first[] = {kNaN, -1};
+  for (const auto& [values, n, at, expected] :
+       {std::tuple{ties, 4u, 1u, 1.0f}, std::tuple{falling, 3u, 2u, 1.0f},
+        std::tuple{nan_first, 2u, 0u, kNaN}, std::tuple{nan_first, 0u, 0u, kNaN}}) {
+    float minimum = 0.0f;
+    std::uint32_t position = 5;
+    find_min(n == 0 ? nullptr : values, n, &minimum, &position);
+    EXPECT_EQ(at, position) << "case at " << at << " of " << n;
+    EXPECT_FLOAT_BITS(expected, minimum);
+  }
 }
 
-TEST(Staging, FindMinOfNothingReadsNothing) {
-  float minimum = 0.0f;
-  std::uint32_t position = 5;
-  find_min(nullptr, 0, &minimum, &position);
-  EXPECT_TRUE(std::isnan(minimum)) << minimum;
-  EXPECT_EQ(0u, position);
-}
-
-TEST(Staging, ReduceMaxWritesTheLargestNumber) {
-  float out[3] = {0.0f, 0.0f, 0.0f};
-  const float values[] = {-5.0f, -7.0f, kNaN};
-  reduce_max(values, 2, out, 1);
-  EXPECT_FLOAT_BITS(-5.0f, out[1]);
-  const float close[] = {1.0f, 1.5f};  // the search starts below the minimum
-  reduce_max(close, 2, out, 1);
-  EXPECT_FLOAT_BITS(1.5f, out[1]);
-  reduce_max(values, 0, out, 2);  // nothing written
-  EXPECT_FLOAT_BITS(0.0f, out[2]);
-  const float with_nan[] = {kNaN, 3.0f, kNaN, 2.0f};
-  reduce_max(with_nan, 4, out, 2);
-  EXPECT_FLOAT_BITS(3.0f, out[2]);
-  reduce_max(with_nan + 2, 1, out, 0);  // one value is copied as it is
-  EXPECT_TRUE(std::isnan(out[0])) << out[0];
+// The search starts below the minimum; NaNs lose unless alone (one value is
+// copied as it is); a count of 0 writes nothing.
+TEST(Staging, ReduceMaxWritesTheLargestNumberAtTheIndex) {
+  const float negative[] = {-5, -7, kNaN}, close[] = {1, 1.5f}, with_nan[] = {kNaN, 3, kNaN, 2};
+  for (const auto& [values, n, expected] :
+       {std::tuple{negative, 2u, -5.0f}, std::tuple{close, 2u, 1.5f},
+        std::tuple{with_nan, 4u, 3.0f}, std::tuple{with_nan, 1u, kNaN},
+        std::tuple{negative, 0u, 0.0f}}) {
+    float out[3] = {0.0f, 0.0f, 0.0f};
+    reduce_max(values, n, out, 1);
+    EXPECT_FLOAT_BITS(expected, out[1]) << "of " << n;
+    EXPECT_EQ(test::bits(out[0]) | test::bits(out[2]), 0u);
+  }
 }
 
 }  // namespace
