@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 #include "distance/measure.h"
@@ -16,8 +18,8 @@
 namespace vtl {
 namespace {
 
-void learn_x(float x) {
-  const float signal[3] = {x, 0.0f, 0.0f};
+void learn(float x, float y = 0.0f, float z = 0.0f) {
+  const float signal[3] = {x, y, z};
   learning_update(signal);
 }
 
@@ -32,23 +34,33 @@ void reset_squared_euclidean() {
 // A full table of far-apart single signals on the x axis at 1000 * k.
 void fill_table_far_apart() {
   reset_squared_euclidean();
-  for (int k = 0; k < 9; ++k) learn_x(1000.0f * static_cast<float>(k));
+  for (int k = 0; k < 9; ++k) learn(1000.0f * static_cast<float>(k));
+}
+
+void expect_record(const ClusterRecord& record, std::uint16_t count, float radius,
+                   std::array<float, 3> center) {
+  EXPECT_EQ(count, record.count);
+  EXPECT_FLOAT_BITS(radius, record.radius);
+  for (int c = 0; c < 3; ++c) EXPECT_FLOAT_BITS(center[c], record.center[c]) << "coordinate " << c;
+}
+
+ClusterRecord merged(ClusterRecord a, ClusterRecord b) {
+  EXPECT_EQ(merge_clusters(&a, &b), 1);
+  expect_record(b, 1, 0.0f, {kEmptySlotCenter, kEmptySlotCenter, kEmptySlotCenter});
+  return a;
 }
 
 TEST(Learning, TheTenthSignalMergesWithTheNearestOfTheFirstNine) {
   reset_squared_euclidean();
-  for (int k = 0; k < 9; ++k) learn_x(10.0f * static_cast<float>(k));
+  for (int k = 0; k < 9; ++k) learn(10.0f * static_cast<float>(k));
   for (int k = 0; k < 9; ++k) EXPECT_EQ(cluster_table[k].center[0], 10.0f * static_cast<float>(k));
   EXPECT_EQ(filled_slots, 9);
   EXPECT_EQ(spare_slot, 9);
 
-  learn_x(41.0f);  // nearest to slot 4 (40): the pair (4, 9)
-  EXPECT_EQ(cluster_table[4].count, 2);
-  EXPECT_EQ(cluster_table[4].center[0], 40.5f);
-  EXPECT_EQ(cluster_table[4].radius, 0.25f);
-  EXPECT_EQ(cluster_table[9].count, 1);
-  EXPECT_EQ(cluster_table[9].center[0], kEmptySlotCenter);
-  EXPECT_EQ(test::bits(cluster_table[9].center[2]), 0x477FFF00u);
+  learn(41.0f);  // nearest to slot 4 (40): the pair (4, 9)
+  expect_record(cluster_table[4], 2, 0.25f, {40.5f, 0, 0});
+  expect_record(cluster_table[9], 1, 0.0f, {kEmptySlotCenter, kEmptySlotCenter, kEmptySlotCenter});
+  EXPECT_EQ(test::bits(kEmptySlotCenter), 0x477FFF00u);  // 65535
   EXPECT_EQ(spare_slot, 9);
   EXPECT_EQ(pair_distance[pair_index(4, 9)], 1.0f);
   EXPECT_EQ(closest_distance, 1.0f);
@@ -56,57 +68,27 @@ TEST(Learning, TheTenthSignalMergesWithTheNearestOfTheFirstNine) {
 
 TEST(Learning, MergeMovesTheCenterAndTakesTheLargerRadius) {
   reset_squared_euclidean();
-  ClusterRecord a{1, 0.0f, {0.0f, 4.0f, 0.0f}};
-  ClusterRecord b{1, 0.0f, {2.0f, 4.0f, 0.0f}};
-  EXPECT_EQ(merge_clusters(&a, &b), 1);
-  EXPECT_FLOAT_BITS(1.0f, a.center[0]);
-  EXPECT_FLOAT_BITS(4.0f, a.center[1]);
-  EXPECT_FLOAT_BITS(1.0f, a.radius);  // both moved by 1 (squared)
-  EXPECT_EQ(a.count, 2);
-  EXPECT_EQ(b.count, 1);
-  EXPECT_FLOAT_BITS(kEmptySlotCenter, b.center[1]);
-
-  // Radius candidates: (1/1) * 9 for the survivor against (1/3) * 1: the larger wins.
-  ClusterRecord small{1, 0.0f, {4.0f, 0.0f, 0.0f}};
-  ClusterRecord big{3, 0.0f, {0.0f, 0.0f, 0.0f}};
-  merge_clusters(&small, &big);
-  EXPECT_FLOAT_BITS(1.0f, small.center[0]);
-  EXPECT_EQ(small.count, 4);
-  EXPECT_FLOAT_BITS(9.0f, small.radius);
-}
-
-TEST(Learning, MergeMovesFromTheLargerClusterOrFromTheSurvivorOnATie) {
-  reset_squared_euclidean();
+  // Both moved by 1 (squared).
+  expect_record(merged({1, 0.0f, {0, 4, 0}}, {1, 0.0f, {2, 4, 0}}), 2, 1.0f, {1, 4, 0});
+  // Radius candidates: (1/1) * 9 for the survivor against (1/3) * 1.
+  expect_record(merged({1, 0.0f, {4, 0, 0}}, {3, 0.0f, {0, 0, 0}}), 4, 9.0f, {1, 0, 0});
+  EXPECT_EQ(merged({65000, 0.0f, {1, 1, 1}}, {1000, 0.0f, {1, 1, 1}}).count, 65535);
+  // The center moves from the larger cluster, or from the survivor on a tie:
   // 0.1 + 0.5 * (0.3 - 0.1) and 0.3 + 0.5 * (0.1 - 0.3) round apart.
-  ClusterRecord a{1, 0.0f, {0.1f, 0.0f, 0.0f}};
-  ClusterRecord b{1, 0.0f, {0.3f, 0.0f, 0.0f}};
-  merge_clusters(&a, &b);
-  EXPECT_FLOAT_BITS(0.20000002f, a.center[0]);
-  ClusterRecord small{1, 0.0f, {0.3f, 0.0f, 0.0f}};
-  ClusterRecord big{2, 0.0f, {0.1f, 0.0f, 0.0f}};
-  ClusterRecord big_first = big;
-  ClusterRecord small_second = small;
-  merge_clusters(&small, &big);
-  merge_clusters(&big_first, &small_second);
-  EXPECT_FLOAT_BITS(big_first.center[0], small.center[0]);
-}
-
-TEST(Learning, MergedCountsStopAt65535) {
-  reset_squared_euclidean();
-  ClusterRecord huge{65000, 0.0f, {1.0f, 1.0f, 1.0f}};
-  ClusterRecord other{1000, 0.0f, {1.0f, 1.0f, 1.0f}};
-  merge_clusters(&huge, &other);
-  EXPECT_EQ(huge.count, 65535);
+  EXPECT_FLOAT_BITS(0.20000002f,
+                    merged({1, 0.0f, {0.1f, 0, 0}}, {1, 0.0f, {0.3f, 0, 0}}).center[0]);
+  EXPECT_FLOAT_BITS(merged({2, 0.0f, {0.1f, 0, 0}}, {1, 0.0f, {0.3f, 0, 0}}).center[0],
+                    merged({1, 0.0f, {0.3f, 0, 0}}, {2, 0.0f, {0.1f, 0, 0}}).center[0]);
 }
 
 TEST(Learning, PairSearchKeepsTheFirstOfEqualDistances) {
   reset_squared_euclidean();
-  for (float x : {0.0f, 100.0f, 200.0f, 201.0f, 300.0f, 400.0f, 401.0f, 500.0f, 600.0f}) learn_x(x);
-  learn_x(5000.0f);  // (2, 3) and (5, 6) are both 1 apart: (2, 3) comes first
+  for (float x : {0.0f, 100.0f, 200.0f, 201.0f, 300.0f, 400.0f, 401.0f, 500.0f, 600.0f}) learn(x);
+  learn(5000.0f);  // (2, 3) and (5, 6) are both 1 apart: (2, 3) comes first
   EXPECT_EQ(cluster_table[2].count, 2);
   EXPECT_EQ(cluster_table[5].count, 1);
   EXPECT_EQ(spare_slot, 3);
-  learn_x(6000.0f);  // now (5, 6) is the closest pair
+  learn(6000.0f);  // now (5, 6) is the closest pair
   EXPECT_EQ(cluster_table[5].count, 2);
   EXPECT_EQ(spare_slot, 6);
 }
@@ -114,24 +96,16 @@ TEST(Learning, PairSearchKeepsTheFirstOfEqualDistances) {
 TEST(Learning, NaNDistancesOnlyWinAsTheFirstPair) {
   // With the reset selectors a zero vector has no angle: its distances are NaN.
   engine_reset();
-  for (float x : {1.0f, 2.0f, 3.0f, 4.0f, 0.0f, 6.0f, 7.0f, 8.0f, 9.0f}) {
-    const float signal[3] = {x, x * x, x};
-    learning_update(signal);
-  }
-  const float near_eight[3] = {8.0f, 64.5f, 8.0f};
-  learning_update(near_eight);  // slot 4 (zero) never wins; slot 7 does
+  for (float x : {1.0f, 2.0f, 3.0f, 4.0f, 0.0f, 6.0f, 7.0f, 8.0f, 9.0f}) learn(x, x * x, x);
+  learn(8.0f, 64.5f, 8.0f);  // slot 4 (zero) never wins; slot 7 does
   EXPECT_TRUE(std::isnan(pair_distance[pair_index(4, 5)]));
   EXPECT_EQ(cluster_table[4].count, 1);
   EXPECT_EQ(cluster_table[7].count, 2);
   EXPECT_EQ(spare_slot, 9);
 
   engine_reset();
-  const float zero[3] = {0.0f, 0.0f, 0.0f};
-  learning_update(zero);
-  for (float x : {2.0f, 3.0f, 4.0f, 5.0f, 6.0f, 7.0f, 8.0f, 9.0f, 10.0f}) {
-    const float signal[3] = {x, 1.0f, 0.0f};
-    learning_update(signal);
-  }
+  learn(0.0f);
+  for (float x : {2.0f, 3.0f, 4.0f, 5.0f, 6.0f, 7.0f, 8.0f, 9.0f, 10.0f}) learn(x, 1.0f);
   EXPECT_TRUE(std::isnan(closest_distance));  // the NaN of (0, 1) held the record
   EXPECT_EQ(cluster_table[0].count, 2);
   EXPECT_EQ(spare_slot, 1);
@@ -146,34 +120,25 @@ void large_pair_model(std::uint16_t count_a, std::uint16_t count_b, std::uint16_
   for (int k = 2; k < 9; ++k) cluster_table[k].count = k == 7 ? smallest : 30;
 }
 
-TEST(Learning, BothLargeReplaceASmallSmallestCluster) {
-  large_pair_model(51, 60, 19);
-  learn_x(100000.0f);  // the smallest cluster is emptied and becomes the spare
-  EXPECT_FLOAT_BITS(kEmptySlotCenter, cluster_table[7].center[0]);
-  EXPECT_EQ(cluster_table[7].count, 1);
-  EXPECT_EQ(spare_slot, 7);
-  EXPECT_EQ(smallest_count, 65535);
-  EXPECT_FLOAT_BITS(100000.0f, cluster_table[9].center[0]);  // now a single-signal cluster
-  EXPECT_EQ(cluster_table[0].count, 51);
-}
-
-TEST(Learning, BothLargeDropTheSignalWhenTheSmallestIsNotSmall) {
-  large_pair_model(51, 60, 20);
-  learn_x(100000.0f);  // nothing changes but the spare's center and the tracker
-  EXPECT_EQ(cluster_table[7].count, 20);
-  EXPECT_FLOAT_BITS(7000.0f, cluster_table[7].center[0]);
-  EXPECT_EQ(spare_slot, 9);
-  EXPECT_EQ(smallest_count, 20);
-  EXPECT_EQ(smallest_count_slot, 7);
-  EXPECT_FLOAT_BITS(100000.0f, cluster_table[9].center[0]);
-}
-
-TEST(Learning, AClusterOf50IsNotLarge) {
-  for (const auto& [count_a, count_b] : {std::pair{50, 100}, std::pair{100, 50}}) {
-    large_pair_model(count_a, count_b, 19);
-    learn_x(100000.0f);  // merge
-    EXPECT_EQ(cluster_table[0].count, 150) << count_a << " and " << count_b;
-    EXPECT_EQ(spare_slot, 1) << count_a << " and " << count_b;
+// Two large clusters (above 50) as the closest pair: the smallest cluster is
+// emptied for the new signal if it holds at most 19, else the signal is
+// dropped; a cluster of 50 is not large, and the pair merges.
+TEST(Learning, TheLargeClusterRule) {
+  enum Outcome { replaced, dropped, merging };
+  for (const auto& [count_a, count_b, smallest, outcome] :
+       {std::tuple{51, 60, 19, replaced}, std::tuple{51, 60, 20, dropped},
+        std::tuple{50, 100, 19, merging}, std::tuple{100, 50, 19, merging}}) {
+    SCOPED_TRACE(testing::Message() << count_a << ", " << count_b << ", smallest " << smallest);
+    large_pair_model(static_cast<std::uint16_t>(count_a), static_cast<std::uint16_t>(count_b),
+                     static_cast<std::uint16_t>(smallest));
+    learn(100000.0f);
+    EXPECT_FLOAT_BITS(100000.0f, cluster_table[9].center[0]);  // a single-signal cluster
+    EXPECT_EQ(cluster_table[0].count, outcome == merging ? 150 : count_a);
+    EXPECT_EQ(spare_slot, outcome == replaced ? 7 : outcome == dropped ? 9 : 1);
+    EXPECT_EQ(cluster_table[7].count, outcome == replaced ? 1 : smallest);
+    EXPECT_FLOAT_BITS(outcome == replaced ? kEmptySlotCenter : 7000.0f, cluster_table[7].center[0]);
+    EXPECT_EQ(smallest_count, outcome == replaced ? 65535 : smallest);
+    EXPECT_EQ(smallest_count_slot, 7);
   }
 }
 
@@ -182,7 +147,7 @@ TEST(Learning, AClusterOf50IsNotLarge) {
 // and must notice new selectors.
 TEST(Learning, EveryPassGivesTheDistancesOfItsSelectors) {
   fill_table_far_apart();
-  learn_x(1e6f);
+  learn(1e6f);
   for (const auto& [primary, secondary] :
        {std::pair{0, 2}, {0, 2}, {4, 2}, {0, 2}, {0, 1}, {0, 2}}) {
     measure_primary = static_cast<std::uint8_t>(primary);
@@ -190,7 +155,7 @@ TEST(Learning, EveryPassGivesTheDistancesOfItsSelectors) {
     ClusterRecord seen[kClusterSlots];
     std::copy(cluster_table, cluster_table + kClusterSlots, seen);
     seen[spare_slot] = {seen[spare_slot].count, seen[spare_slot].radius, {2e6f, 0.0f, 0.0f}};
-    learn_x(2e6f);
+    learn(2e6f);
     float work[3];
     for (std::uint8_t i = 0; i < kClusterSlots; ++i) {
       for (std::uint8_t j = i + 1; j < kClusterSlots; ++j) {
@@ -207,8 +172,8 @@ TEST(Learning, APassTakingTheLastPairFromTheCacheLeavesItsWorkspace) {
   large_pair_model(51, 60, 20);  // both large, the smallest kept: signals are dropped
   cluster_table[9] = {30, 0.0f, {9000.0f, 0.0f, 0.0f}};
   spare_slot = 5;
-  learn_x(100000.0f);
-  learn_x(200000.0f);  // only slot 5 changed
+  learn(100000.0f);
+  learn(200000.0f);  // only slot 5 changed
   float work[3];
   measure_distance(1, 2, 2, cluster_table[8].center, cluster_table[9].center, work, 3);
   for (int c = 0; c < 3; ++c) EXPECT_FLOAT_BITS(work[c], distance_workspace[c]) << c;
@@ -216,10 +181,10 @@ TEST(Learning, APassTakingTheLastPairFromTheCacheLeavesItsWorkspace) {
 
 TEST(Learning, SmallestCountTrackerCarriesAcrossPasses) {
   fill_table_far_apart();
-  learn_x(1.0f);  // merges slots 0 and 9: the tracker saw 1 at slot 0 first
+  learn(1.0f);  // merges slots 0 and 9: the tracker saw 1 at slot 0 first
   EXPECT_EQ(cluster_table[0].count, 2);
   EXPECT_EQ(smallest_count, 65535);  // the merge involved the tracked slot
-  learn_x(2.0f);                     // joins slot 0 again (count 3); the tracker now holds slot 1
+  learn(2.0f);                       // joins slot 0 again (count 3); the tracker now holds slot 1
   EXPECT_EQ(smallest_count, 1);
   EXPECT_EQ(smallest_count_slot, 1);
   EXPECT_EQ(cluster_table[0].count, 3);
@@ -229,15 +194,16 @@ TEST(Learning, SlotNumbersBeyondTheTableCountAsTheLastSlot) {
   for (std::uint8_t beyond : {10, 200}) {
     fill_table_far_apart();
     spare_slot = beyond;
-    learn_x(1.0f);  // into slot 9, merged into slot 0
-    EXPECT_EQ(cluster_table[0].count, 2) << "spare slot " << int(beyond);
-    EXPECT_FLOAT_BITS(0.5f, cluster_table[0].center[0]) << "spare slot " << int(beyond);
-    EXPECT_EQ(spare_slot, 9) << "spare slot " << int(beyond);
+    learn(1.0f);  // into slot 9, merged into slot 0
+    SCOPED_TRACE(int(beyond));
+    EXPECT_EQ(cluster_table[0].count, 2);
+    EXPECT_FLOAT_BITS(0.5f, cluster_table[0].center[0]);
+    EXPECT_EQ(spare_slot, 9);
   }
   large_pair_model(51, 60, 30);
   smallest_count = 0;  // nothing is smaller: the tracker keeps the loaded slot number
   smallest_count_slot = 250;
-  learn_x(100000.0f);  // both large: the smallest cluster, taken as slot 9, is emptied
+  learn(100000.0f);  // both large: the smallest cluster, taken as slot 9, is emptied
   EXPECT_EQ(smallest_count_slot, 9);
   EXPECT_FLOAT_BITS(kEmptySlotCenter, cluster_table[9].center[0]);
 }
