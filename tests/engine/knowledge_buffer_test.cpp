@@ -50,8 +50,10 @@ TEST(KnowledgeBuffer, EveryPositionTravelsThroughItsOwnField) {
   }
 }
 
-// A model learned by the engine itself, exported.
-Knowledge learned_knowledge() {
+// A model learned by the engine itself, exported, imports with the stored
+// status kept; a rejected one replaces the model all the same, and the stored
+// rejection blocks detection.
+TEST(KnowledgeBuffer, ImportKeepsOrMarksTheStoredStatus) {
   vtl_anomalydetection_init();
   for (int k = 0; k < 25; ++k) {
     const float signal[3] = {1.0f + 0.37f * static_cast<float>(k % 7),
@@ -61,14 +63,18 @@ Knowledge learned_knowledge() {
   }
   Knowledge k{};
   export_knowledge_buffer(k.data());
-  return k;
-}
-
-TEST(KnowledgeBuffer, AnAcceptedImportKeepsTheStoredStatus) {
-  const Knowledge exported = learned_knowledge();
   engine_status = status_minimum_learning_done;
-  EXPECT_EQ(status_minimum_learning_done, vtl_anomalydetection_knowledge(exported.data()));
+  learn_count = 3;
+  EXPECT_EQ(status_minimum_learning_done, vtl_anomalydetection_knowledge(k.data()));
   EXPECT_EQ(25u, learn_count);
+  k[3] = 123.0f;
+  k[67] = 999999.0f;
+  EXPECT_EQ(vtl_anomalydetection_knowledge(k.data()), status_knowledge_rejected);
+  EXPECT_EQ(engine_status, status_knowledge_rejected);
+  EXPECT_FLOAT_BITS(123.0f, cluster_table[0].center[0]);
+  std::uint8_t similarity = 0;
+  EXPECT_EQ(vtl_anomalydetection_detect(k.data(), &similarity), status_knowledge_rejected);
+  EXPECT_EQ(similarity, 255);
 }
 
 TEST(KnowledgeBuffer, ACountBeyondTheFloatsExportsAsTheFloatBelowIt) {
@@ -76,19 +82,6 @@ TEST(KnowledgeBuffer, ACountBeyondTheFloatsExportsAsTheFloatBelowIt) {
   Knowledge k{};
   export_knowledge_buffer(k.data());
   EXPECT_FLOAT_BITS(4294967040.0f, k[0]);
-}
-
-TEST(KnowledgeBuffer, RejectionMarksTheEngineButReplacesTheModel) {
-  Knowledge k = learned_knowledge();
-  k[3] = 123.0f;
-  k[67] = 999999.0f;
-  EXPECT_EQ(vtl_anomalydetection_knowledge(k.data()), status_knowledge_rejected);
-  EXPECT_EQ(engine_status, status_knowledge_rejected);
-  EXPECT_FLOAT_BITS(123.0f, cluster_table[0].center[0]);
-  const float signal[3] = {1.0f, 2.0f, 3.0f};
-  std::uint8_t similarity = 0;  // detection refuses while the rejection is stored
-  EXPECT_EQ(vtl_anomalydetection_detect(signal, &similarity), status_knowledge_rejected);
-  EXPECT_EQ(similarity, 255);
 }
 
 TEST(KnowledgeBuffer, SignatureValuesCompareAsFloats) {
@@ -136,28 +129,24 @@ const Conversion kConversions[] = {
     {3.99f, 3, 3},
 };
 
+// Each field keeps the low bits of its truncation.
 TEST(KnowledgeConversion, TruncatesTowardZeroAndSaturatesAtTheLimits) {
   for (const Conversion& c : kConversions) {
-    EXPECT_EQ(c.to_int64, truncate_to_int64(c.value)) << c.value;
-    EXPECT_EQ(c.to_int32, truncate_to_int32(c.value)) << c.value;
-  }
-}
-
-TEST(KnowledgeConversion, EachFieldKeepsTheLowBitsOfItsTruncation) {
-  for (const Conversion& c : kConversions) {
+    SCOPED_TRACE(c.value);
+    EXPECT_EQ(c.to_int64, truncate_to_int64(c.value));
+    EXPECT_EQ(c.to_int32, truncate_to_int32(c.value));
     Knowledge k = documented_knowledge();
     for (unsigned p : {0u, 1u, 2u, 7u, 53u, 54u, 55u, 56u}) k[p] = c.value;
     EXPECT_EQ(import_knowledge_buffer(k.data()), 0);
     const auto low8 = static_cast<std::uint8_t>(c.to_int32);
     const auto low16 = static_cast<std::uint16_t>(c.to_int32);
-    EXPECT_EQ(learn_count, static_cast<std::uint32_t>(c.to_int64)) << c.value;
-    EXPECT_EQ(measure_primary, low8) << c.value;
-    EXPECT_EQ(measure_secondary, low8) << c.value;
-    EXPECT_EQ(cluster_table[0].count, low16) << c.value;
-    EXPECT_EQ(spare_slot, low8) << c.value;
-    EXPECT_EQ(filled_slots, low8) << c.value;
-    EXPECT_EQ(smallest_count_slot, low8) << c.value;
-    EXPECT_EQ(smallest_count, low16) << c.value;
+    EXPECT_EQ(learn_count, static_cast<std::uint32_t>(c.to_int64));
+    for (unsigned v :
+         {measure_primary, measure_secondary, spare_slot, filled_slots, smallest_count_slot}) {
+      EXPECT_EQ(v, low8);
+    }
+    EXPECT_EQ(cluster_table[0].count, low16);
+    EXPECT_EQ(smallest_count, low16);
   }
 }
 
