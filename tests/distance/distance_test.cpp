@@ -15,12 +15,20 @@ namespace {
 using test::kNaN;
 using Floats = std::vector<float>;
 
-// The sums of squares are checked through the Euclidean distance and the angle below.
-TEST(VectorPrimitives, MeanIsOneDivisionOfTheSum) {
+// The sums of squares are checked through the Euclidean distance and the angle
+// below. The mean is one division of the sum, not a product with 1/n; empty
+// reductions read nothing and give NaN.
+TEST(VectorPrimitives, MeanAndEmptyReductions) {
   const float m[] = {1, 2, 4};
-  float out;
-  vector_mean(m, 3, &out);
-  EXPECT_FLOAT_BITS(7.0f / 3.0f, out);  // not a product with 1/3
+  float mean = 0.0f, max = 0.0f;
+  vector_mean(m, 3, &mean);
+  EXPECT_FLOAT_BITS(7.0f / 3.0f, mean);
+  std::uint32_t index = 7;
+  vector_mean(nullptr, 0, &mean);
+  find_max(nullptr, 0, &max, &index);
+  EXPECT_TRUE(std::isnan(mean)) << mean;
+  EXPECT_TRUE(std::isnan(max)) << max;
+  EXPECT_EQ(0u, index);
 }
 
 TEST(VectorPrimitives, FindMaxKeepsTheFirstMaximumAndALeadingNaN) {
@@ -61,16 +69,6 @@ TEST(VectorPrimitives, ElementWiseMapsTouchEachElementOnce) {
   vector_add_scalar(&maps[3], &maps[3], 5, 10.0f);  // in place: each element once
   vector_add_scalar(a, &maps[0], 0, 1.0f);
   EXPECT_EQ(Floats({-2, 0, 2, 14, 14, 14, 10.5f, 11, 1.5f, 3, 2, 1}), maps);
-}
-
-TEST(VectorPrimitives, EmptyReductionsReadNothingAndGiveNaN) {
-  float mean = 0.0f, max = 0.0f;
-  std::uint32_t index = 7;
-  vector_mean(nullptr, 0, &mean);
-  find_max(nullptr, 0, &max, &index);
-  EXPECT_TRUE(std::isnan(mean)) << mean;
-  EXPECT_TRUE(std::isnan(max)) << max;
-  EXPECT_EQ(0u, index);
 }
 
 TEST(PearsonCorrelation, ComesFromRawSumsAndGivesZeroBeyondOne) {
@@ -181,29 +179,23 @@ TEST(MatrixInvert, PivotsOnTheLargestMagnitudeTheLaterColumnOnTies) {
   EXPECT_EQ(Floats({1, 1, 0, 1}), tie);
 }
 
-TEST(MatrixInvert, ASingularMatrixGives0) {
-  std::uint16_t pivot[3];
-  float singular[] = {1, 2, 3, 2, 4, 6, 1, 1, 1}, zero = 0.0f;
-  EXPECT_EQ(0, matrix_invert(singular, pivot, 3));
-  EXPECT_EQ(0, matrix_invert(&zero, pivot, 1));
-}
-
-TEST(MatrixInvert, ANaNRowKeepsThePivotColumnOfTheStepBefore) {
+// A singular matrix gives 0; a NaN row keeps the pivot column of the step
+// before; order 0 touches nothing, and order 1 inverts.
+TEST(MatrixInvert, EdgeCases) {
   Pivots pivot{9, 9, 9};
+  float singular[] = {1, 2, 3, 2, 4, 6, 1, 1, 1}, zero = 0.0f, one = 4.0f;
+  EXPECT_EQ(0, matrix_invert(singular, pivot.data(), 3));
+  EXPECT_EQ(0, matrix_invert(&zero, pivot.data(), 1));
   float with_nan[] = {5, 1, 1, kNaN, kNaN, kNaN, 1, 1, 4};
   EXPECT_EQ(1, matrix_invert(with_nan, pivot.data(), 3));
   EXPECT_EQ(Pivots({0, 0, 0}), pivot);
-}
-
-TEST(MatrixInvert, OrderZeroTouchesNothingAndOrderOneInverts) {
-  float one = 4.0f;
-  std::uint16_t pivot = 9;
-  EXPECT_EQ(1, matrix_invert(&one, &pivot, 0));
+  pivot[0] = 9;
+  EXPECT_EQ(1, matrix_invert(&one, pivot.data(), 0));
   EXPECT_EQ(4.0f, one);
-  EXPECT_EQ(9, pivot);
-  EXPECT_EQ(1, matrix_invert(&one, &pivot, 1));
+  EXPECT_EQ(9, pivot[0]);
+  EXPECT_EQ(1, matrix_invert(&one, pivot.data(), 1));
   EXPECT_EQ(0.25f, one);
-  EXPECT_EQ(0, pivot);
+  EXPECT_EQ(0, pivot[0]);
 }
 
 TEST(MatrixInvert, ProductWithInverseIsIdentity) {
