@@ -23,6 +23,9 @@
 namespace vtl {
 namespace {
 
+using test::kInf;
+using test::kNaN;
+
 constexpr float kFactor = static_cast<float>(1.0 * 0.29);  // sensitivity 1
 
 // Measured by Chebyshev x absolute correlation, which is 1 for the constant
@@ -40,15 +43,15 @@ TEST(Scoring, EachMergedClusterVotesClampedTo0To100) {
     float radius, x, factor, expected;
   };
   const Case cases[] = {
-      {1, 5.0f, 1.0f, kFactor, 0.0f},        // single signals never vote
-      {2, 1.0f, 1.0f, kFactor, 100.0f},      // 310.3 clamped
-      {2, 1.0f, 0.0f, kFactor, 100.0f},      // distance 0: q = +inf
-      {2, 0.0f, 0.0f, kFactor, 0.0f},        // 0 / 0
-      {2, 0.0f, 2.0f, kFactor, 0.0f},        // radius 0
-      {2, 1.0f, 2.0f, test::kNaN, 0.0f},     // NaN sensitivity
-      {2, 1.0f, 2.0f, -0.29f, 0.0f},         // negative sensitivity
-      {2, 1.0f, 2.0f, 0.0f, 100.0f},         // sensitivity 0
-      {2, 1.0f, test::kNaN, kFactor, 0.0f},  // NaN distance
+      {1, 5.0f, 1.0f, kFactor, 0.0f},    // single signals never vote
+      {2, 1.0f, 1.0f, kFactor, 100.0f},  // 310.3 clamped
+      {2, 1.0f, 0.0f, kFactor, 100.0f},  // distance 0: q = +inf
+      {2, 0.0f, 0.0f, kFactor, 0.0f},    // 0 / 0
+      {2, 0.0f, 2.0f, kFactor, 0.0f},    // radius 0
+      {2, 1.0f, 2.0f, kNaN, 0.0f},       // NaN sensitivity
+      {2, 1.0f, 2.0f, -0.29f, 0.0f},     // negative sensitivity
+      {2, 1.0f, 2.0f, 0.0f, 100.0f},     // sensitivity 0
+      {2, 1.0f, kNaN, kFactor, 0.0f},    // NaN distance
   };
   for (const Case& c : cases) {
     one_cluster(c.count, c.radius);
@@ -79,13 +82,10 @@ TEST(Scoring, TheBestVoteWinsInAnySlot) {
 }
 
 TEST(CenterNorms, FollowEveryCoordinateOfTheCenter) {
-  cluster_table[4].center[0] = 1.0f;
-  cluster_table[4].center[1] = 2.0f;
-  cluster_table[4].center[2] = 3.0f;
-  EXPECT_FLOAT_BITS(angle_norm(cluster_table[4].center, 3), center_norm(4));
-  for (unsigned c = 0; c < 3; ++c) {
-    cluster_table[4].center[c] = 10.0f;
-    EXPECT_FLOAT_BITS(angle_norm(cluster_table[4].center, 3), center_norm(4)) << "coordinate " << c;
+  cluster_table[4] = {2, 0.0f, {1.0f, 2.0f, 3.0f}};
+  for (unsigned changed = 0; changed <= 3; ++changed) {
+    if (changed > 0) cluster_table[4].center[changed - 1] = 10.0f;
+    EXPECT_FLOAT_BITS(angle_norm(cluster_table[4].center, 3), center_norm(4)) << changed;
   }
 }
 
@@ -108,7 +108,6 @@ TEST(Scoring, DetectionTruncatesTheScoreToTheByte) {
 // The reach of 100 must be the last float distance that votes 100: one ulp
 // further must vote less, for radii and scales across the float range.
 TEST(Scoring, TheReachOf100IsTheLastDistanceThatVotes100) {
-  constexpr float kInf = std::numeric_limits<float>::infinity();
   const auto votes_100 = [](float radius, float g, float d) { return g * (radius / d) >= 100.0f; };
   std::mt19937 random(7);
   std::uniform_real_distribution<float> exponent(-40.0f, 38.0f);
@@ -156,8 +155,6 @@ float plain_score(const float* signal, float factor) {
 TEST(Scoring, BoundedScoringEqualsThePlainLoop) {
   std::mt19937 random(5);
   std::normal_distribution<float> noise(0.0f, 1.0f);
-  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-  constexpr float kInf = std::numeric_limits<float>::infinity();
   const float odd[] = {kNaN, kInf, -kInf, 0.0f, -0.0f, 1e-40f, 3e38f, 1e-45f};
   const float sensitivities[] = {1.0f, 0.5f, 2.0f, 100.0f, 1e-3f, 0.0f, -1.0f, kNaN, kInf};
   for (int model = 0; model < 400; ++model) {
@@ -183,18 +180,19 @@ TEST(Scoring, BoundedScoringEqualsThePlainLoop) {
       if (trial % 13 == 0) std::copy(near.center, near.center + 3, signal);
       const float sensitivity = sensitivities[random() % 9];
       const float factor = static_cast<float>(static_cast<double>(sensitivity) * 0.29);
-      distance_workspace[0] = distance_workspace[1] = distance_workspace[2] = 7.0f;
-      const float bounded = score_similarity(signal, factor);
-      float bounded_workspace[3];
-      std::copy(distance_workspace, distance_workspace + 3, bounded_workspace);
-      distance_workspace[0] = distance_workspace[1] = distance_workspace[2] = 7.0f;
-      const float plain = plain_score(signal, factor);
-      ASSERT_EQ(std::bit_cast<std::uint32_t>(bounded), std::bit_cast<std::uint32_t>(plain))
+      float workspace[2][3];
+      const auto scored = [&](float (*score)(const float*, float), float* kept) {
+        std::fill(distance_workspace, distance_workspace + 3, 7.0f);
+        const float result = score(signal, factor);
+        std::copy(distance_workspace, distance_workspace + 3, kept);
+        return result;
+      };
+      ASSERT_EQ(test::bits(scored(score_similarity, workspace[0])),
+                test::bits(scored(plain_score, workspace[1])))
           << "model " << model << " trial " << trial;
       for (unsigned c = 0; c < 3; ++c) {
-        if (std::isnan(bounded_workspace[c]) && std::isnan(distance_workspace[c])) continue;
-        ASSERT_EQ(std::bit_cast<std::uint32_t>(bounded_workspace[c]),
-                  std::bit_cast<std::uint32_t>(distance_workspace[c]))
+        if (std::isnan(workspace[0][c]) && std::isnan(workspace[1][c])) continue;
+        ASSERT_EQ(test::bits(workspace[0][c]), test::bits(workspace[1][c]))
             << "workspace " << c << " model " << model << " trial " << trial;
       }
     }
