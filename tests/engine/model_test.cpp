@@ -42,6 +42,7 @@ TEST(Model, ResetAndInitEmptyTheTable) {
     SCOPED_TRACE(way);
     scribble_model();
     learn_count = 33;
+    engine_status = status_minimum_learning_pending;
     sensitivity = 2.5f;
     if (way == 1) engine_reset();
     const std::uint32_t result = way == 0   ? engine_reset_keep_measures()
