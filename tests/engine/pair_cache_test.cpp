@@ -41,35 +41,27 @@ enum class Agreement {
   numbers,
 };
 
-void expect_same_floats(const float* a, const float* b, unsigned n, const char* what, int step,
-                        Agreement agreement = Agreement::bits) {
-  for (unsigned i = 0; i < n; ++i) {
-    if (agreement == Agreement::numbers && std::isnan(a[i]) && std::isnan(b[i])) continue;
-    ASSERT_EQ(bits(a[i]), bits(b[i])) << what << "[" << i << "] after step " << step;
-  }
-}
-
 void expect_same(const EngineSnapshot& a, const EngineSnapshot& b, int step,
                  bool with_pass_distances = true, Agreement agreement = Agreement::bits) {
+  const auto same = [&](const float* x, const float* y, unsigned n, const char* what,
+                        Agreement how) {
+    for (unsigned i = 0; i < n; ++i) {
+      if (how == Agreement::numbers && std::isnan(x[i]) && std::isnan(y[i])) continue;
+      ASSERT_EQ(bits(x[i]), bits(y[i])) << what << "[" << i << "] after step " << step;
+    }
+  };
   for (unsigned k = 0; k < kClusterSlots; ++k) {
     ASSERT_EQ(a.cluster_table[k].count, b.cluster_table[k].count)
         << "slot " << k << " step " << step;
-    expect_same_floats(&a.cluster_table[k].radius, &b.cluster_table[k].radius, 1, "radius", step,
-                       agreement);
-    expect_same_floats(a.cluster_table[k].center, b.cluster_table[k].center, 3, "center", step,
-                       agreement);
+    same(&a.cluster_table[k].radius, &b.cluster_table[k].radius, 1, "radius", agreement);
+    same(a.cluster_table[k].center, b.cluster_table[k].center, 3, "center", agreement);
   }
-  if (with_pass_distances) {
-    expect_same_floats(a.pair_distance, b.pair_distance, kPairCount, "pair_distance", step,
-                       agreement);
-    expect_same_floats(&a.closest_distance, &b.closest_distance, 1, "closest_distance", step,
-                       agreement);
-  }
-  expect_same_floats(a.merge_saved_center, b.merge_saved_center, 3, "merge_saved_center", step,
-                     agreement);
-  expect_same_floats(a.distance_workspace, b.distance_workspace, 3, "distance_workspace", step,
-                     agreement);
-  expect_same_floats(a.staged_signal, b.staged_signal, 3, "staged_signal", step);
+  const unsigned pass = with_pass_distances ? 1 : 0;
+  same(a.pair_distance, b.pair_distance, kPairCount * pass, "pair_distance", agreement);
+  same(&a.closest_distance, &b.closest_distance, pass, "closest_distance", agreement);
+  same(a.merge_saved_center, b.merge_saved_center, 3, "merge_saved_center", agreement);
+  same(a.distance_workspace, b.distance_workspace, 3, "distance_workspace", agreement);
+  same(a.staged_signal, b.staged_signal, 3, "staged_signal", Agreement::bits);
   const auto integers = [](const EngineSnapshot& s) {
     return std::vector<unsigned>{s.smallest_count, s.smallest_count_slot, s.filled_slots,
                                  s.spare_slot,     s.engine_status,       s.learn_count};
