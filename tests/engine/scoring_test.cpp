@@ -60,25 +60,21 @@ TEST(Scoring, EachMergedClusterVotesClampedTo0To100) {
   }
 }
 
-TEST(Scoring, AVoteFallsWithTheDistanceAndTheSensitivity) {
-  one_cluster(2, 1.0f);
+// A vote falls with the distance and the sensitivity, the best vote wins in
+// any slot, and a zero center has no angle (the reset selectors), so no vote.
+TEST(Scoring, AVoteFallsWithTheDistanceAndTheSensitivityAndTheBestWins) {
   const float ten_away[3] = {10.0f, 0.0f, 0.0f};
+  one_cluster(2, 1.0f);
   EXPECT_EQ(31, static_cast<int>(score_similarity(ten_away, kFactor)));  // 90 / 0.29 / 10
   EXPECT_NEAR(31.03f / 2.0f, score_similarity(ten_away, 2.0f * kFactor), 1e-2f);
-  engine_reset();  // reset selectors: a zero center has no angle, so no vote
-  cluster_table[0] = {2, 1.0f, {0.0f, 0.0f, 0.0f}};
-  EXPECT_FLOAT_BITS(0.0f, score_similarity(ten_away, kFactor));
-}
-
-TEST(Scoring, TheBestVoteWinsInAnySlot) {
-  const float ten_away[3] = {10.0f, 0.0f, 0.0f};
-  const float seventy = 70.0f * 10.0f * 0.29f / 90.0f;
-  const float forty = 40.0f * 10.0f * 0.29f / 90.0f;
   for (unsigned best : {0u, 9u}) {  // before and after the cluster voting 40
-    one_cluster(3, forty);
-    cluster_table[best] = {3, seventy, {0.0f, 0.0f, 0.0f}};
+    one_cluster(3, 40.0f * 10.0f * 0.29f / 90.0f);
+    cluster_table[best] = {3, 70.0f * 10.0f * 0.29f / 90.0f, {0.0f, 0.0f, 0.0f}};
     EXPECT_NEAR(70.0f, score_similarity(ten_away, kFactor), 1e-3f) << "best in slot " << best;
   }
+  engine_reset();
+  cluster_table[0] = {2, 1.0f, {0.0f, 0.0f, 0.0f}};
+  EXPECT_FLOAT_BITS(0.0f, score_similarity(ten_away, kFactor));
 }
 
 TEST(CenterNorms, FollowEveryCoordinateOfTheCenter) {
