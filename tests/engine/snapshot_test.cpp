@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <iterator>
+#include <type_traits>
 #include <vector>
 
 #include "engine/interface.h"
@@ -16,62 +16,55 @@
 namespace vtl {
 namespace {
 
-// A value of its own in every global, scaled by s, so that a field missing
-// from the list shows; s = 0 gives the values of a process just started.
-void scribble_globals(unsigned s) {
+// Calls visit(global, value) for every global (arrays element by element)
+// with a value of its own, scaled by s, so that a field missing from the
+// snapshot shows; s = 0 gives the values of a process just started.
+template <typename Visit>
+void each_global(unsigned s, Visit visit) {
   const auto f = static_cast<float>(s);
   for (unsigned k = 0; k < kClusterSlots; ++k) {
-    cluster_table[k] = {static_cast<std::uint16_t>((100 + k) * s),
-                        (0.5f + k) * f,
-                        {(1.0f + k) * f, 2.0f * f, (3.0f + k) * f}};
+    visit(cluster_table[k].count, (100 + k) * s);
+    visit(cluster_table[k].radius, (0.5f + k) * f);
+    for (unsigned c = 0; c < 3; ++c) visit(cluster_table[k].center[c], (1.0f + k + c) * f);
   }
-  for (unsigned k = 0; k < kPairCount; ++k) pair_distance[k] = 0.25f * (k + 1) * f;
-  smallest_count = static_cast<std::uint16_t>(11 * s);
-  smallest_count_slot = static_cast<std::uint8_t>(12 * s);
-  filled_slots = static_cast<std::uint8_t>(13 * s);
-  spare_slot = static_cast<std::uint8_t>(14 * s);
-  measure_primary = static_cast<std::uint8_t>(15 * s);
-  measure_secondary = static_cast<std::uint8_t>(16 * s);
-  closest_distance = 17.5f * f;
+  for (unsigned k = 0; k < kPairCount; ++k) visit(pair_distance[k], 0.25f * (k + 1) * f);
   for (unsigned c = 0; c < kSignalLength; ++c) {
-    merge_saved_center[c] = (18.0f + c) * f;
-    distance_workspace[c] = (21.0f + c) * f;
-    staged_signal[c] = (24.0f + c) * f;
+    visit(merge_saved_center[c], (18.0f + c) * f);
+    visit(distance_workspace[c], (21.0f + c) * f);
+    visit(staged_signal[c], (24.0f + c) * f);
   }
-  frame_length = static_cast<std::uint16_t>(27 * s);
-  vector_length = static_cast<std::uint16_t>(28 * s);
-  engine_status = 29 * s;
-  init_done = static_cast<std::uint8_t>(30 * s);
-  learn_count = 31 * s;
-  sensitivity = 1.0f + 32.5f * f;
-  value_scratch = 33.5f * f;
+  unsigned value = 11;
+  const auto integer = [&](auto& global) { visit(global, value++ * s); };
+  integer(smallest_count);
+  integer(smallest_count_slot);
+  integer(filled_slots);
+  integer(spare_slot);
+  integer(measure_primary);
+  integer(measure_secondary);
+  integer(frame_length);
+  integer(vector_length);
+  integer(engine_status);
+  integer(init_done);
+  integer(learn_count);
+  visit(closest_distance, 17.5f * f);
+  visit(sensitivity, 1.0f + 32.5f * f);
+  visit(value_scratch, 33.5f * f);
+}
+
+void scribble_globals(unsigned s) {
+  each_global(s, [](auto& global, auto value) {
+    global = static_cast<std::remove_reference_t<decltype(global)>>(value);
+  });
 }
 
 void expect_globals(unsigned s) {
-  const auto f = static_cast<float>(s);
-  for (unsigned k = 0; k < kClusterSlots; ++k) {
-    EXPECT_EQ(cluster_table[k].count, (100 + k) * s) << k;
-    EXPECT_FLOAT_BITS((0.5f + k) * f, cluster_table[k].radius) << k;
-    EXPECT_FLOAT_BITS((1.0f + k) * f, cluster_table[k].center[0]) << k;
-    EXPECT_FLOAT_BITS(2.0f * f, cluster_table[k].center[1]) << k;
-    EXPECT_FLOAT_BITS((3.0f + k) * f, cluster_table[k].center[2]) << k;
-  }
-  for (unsigned k = 0; k < kPairCount; ++k)
-    EXPECT_FLOAT_BITS(0.25f * (k + 1) * f, pair_distance[k]);
-  const unsigned integers[] = {smallest_count,  smallest_count_slot, filled_slots, spare_slot,
-                               measure_primary, measure_secondary,   frame_length, vector_length,
-                               engine_status,   init_done,           learn_count};
-  const unsigned expected_integers[] = {11, 12, 13, 14, 15, 16, 27, 28, 29, 30, 31};
-  for (unsigned i = 0; i < std::size(integers); ++i)
-    EXPECT_EQ(expected_integers[i] * s, integers[i]) << "integer " << i;
-  for (unsigned c = 0; c < kSignalLength; ++c) {
-    EXPECT_FLOAT_BITS((18.0f + c) * f, merge_saved_center[c]);
-    EXPECT_FLOAT_BITS((21.0f + c) * f, distance_workspace[c]);
-    EXPECT_FLOAT_BITS((24.0f + c) * f, staged_signal[c]);
-  }
-  EXPECT_FLOAT_BITS(17.5f * f, closest_distance);
-  EXPECT_FLOAT_BITS(1.0f + 32.5f * f, sensitivity);
-  EXPECT_FLOAT_BITS(33.5f * f, value_scratch);
+  each_global(s, [](const auto& global, auto value) {
+    if constexpr (std::is_same_v<decltype(value), float>) {
+      EXPECT_FLOAT_BITS(value, global);
+    } else {
+      EXPECT_EQ(value, global);
+    }
+  });
 }
 
 // Restoring the snapshot of a process just started and then a captured one
