@@ -519,13 +519,12 @@ TEST(PairCache, AFullJournalLosesChangesAndALedgerStaysInTheTable) {
   cluster_table[3].radius = 0.25f;
   RadiusLedger ledger;
   ledger.open();
-  RadiusChange far[2] = {};
-  far[0].kind = RadiusChange::Kind::emptied;
-  far[0].emptied = 255;
-  // Squared Euclidean distances: (0, 0, 0) and (2, 0, 0) merge at (1, 0, 0),
-  // each 1 away, so the radius is the larger of 1 + 0 (slot 9 was emptied)
-  // and 1 + 0.25.
-  far[1] = {RadiusChange::Kind::merged, 2, 2, 200, 3, 1, 1, {}, {2.0f, 0.0f, 0.0f}};
+  // Slot 255 emptied; then, by squared Euclidean distances, (0, 0, 0) in slot
+  // 200 and (2, 0, 0) in slot 3 merge at (1, 0, 0), each 1 away, so the radius
+  // is the larger of 1 + 0 (slot 9 was emptied) and 1 + 0.25.
+  const RadiusChange far[2] = {
+      {RadiusChange::Kind::emptied, 0, 0, 0, 255, 0, 0, {}, {}},
+      {RadiusChange::Kind::merged, 2, 2, 200, 3, 1, 1, {}, {2.0f, 0.0f, 0.0f}}};
   ledger.apply(far, 2);
   ledger.close();
   EXPECT_EQ(cluster_table[9].radius, 1.25f);
