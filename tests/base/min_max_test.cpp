@@ -39,6 +39,15 @@ TEST(MinMax, EitherOrderGivesTheSameBits) {
       << "two NaNs give the second";
 }
 
+// Only what compares below zero is negated: both zeros and every NaN keep their bits.
+TEST(MinMax, NegateIfNegativeKeepsZerosAndNaNs) {
+  for (const float x : {0.0f, -0.0f, 3.5f, kInf, kNaN, -kNaN, 1e-45f})
+    EXPECT_FLOAT_BITS(x, negate_if_negative(x)) << x;
+  EXPECT_FLOAT_BITS(2.0f, negate_if_negative(-2.0f));
+  EXPECT_FLOAT_BITS(kInf, negate_if_negative(-kInf));
+  EXPECT_FLOAT_BITS(1e-45f, negate_if_negative(-1e-45f));
+}
+
 TEST(ExactFloat, FlushToZeroSwitchedOnIsUndone) {
   const unsigned saved = _mm_getcsr();
   _mm_setcsr(saved | (1u << 15) | (1u << 6) | (1u << 13));  // FTZ, DAZ, round down
