@@ -179,11 +179,11 @@ TEST(Dispatcher, DetectChecksTheLearningGateBeforeItsArguments) {
 TEST(Dispatcher, KnowledgeImportsOnlyAReadableMatchingWholeRecord) {
   Session s;
   s.write_state(StateImage::after_init().learned(3).i32(4, 6).i32(8, 6).bytes());
-  s.write_file("empty.bin", "");
-  s.write_file("model.bin", knowledge_bytes(288));
-  s.write_file("long.bin", knowledge_bytes(300));
-  s.write_file("wrong.bin", knowledge_bytes(288, 2.0f));
-  s.write_file("short.bin", knowledge_bytes(287));
+  s.write("empty.bin", "");
+  s.write("model.bin", knowledge_bytes(288));
+  s.write("long.bin", knowledge_bytes(300));
+  s.write("wrong.bin", knowledge_bytes(288, 2.0f));
+  s.write("short.bin", knowledge_bytes(287));
   const std::string mismatch =
       "Error: a knowledge that do not match the library has been loaded 1 !\n";
   auto load = [](const std::string& file) {
@@ -227,7 +227,7 @@ TEST(Dispatcher, KnowledgeImportsOnlyAReadableMatchingWholeRecord) {
 TEST(Dispatcher, ASaveRemovesATemporaryNameLeftByAKilledRun) {
   Session s;
   s.run({kInit});
-  s.write_file(".Vantelo.dat.tmp", "left by a killed run");
+  s.write(".Vantelo.dat.tmp", "left by a killed run");
   EXPECT_EQ(0, s.run({kSensitivity, "2"}).status);
   EXPECT_FALSE(s.read_file(".Vantelo.dat.tmp").has_value());
 }
@@ -248,7 +248,7 @@ bool set_immutable(const std::string& path, bool on) {
 TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
   Session s;
   s.run({kInit});
-  const std::string state = s.path("Vantelo.dat");
+  const std::string state = s / "Vantelo.dat";
   if (::geteuid() != 0) {
     std::filesystem::permissions(state, std::filesystem::perms::owner_read);
   } else if (!set_immutable(state, true)) {
@@ -266,14 +266,14 @@ TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
 
 TEST(Dispatcher, ADirectoryAsStateFileIsNeverReplaced) {
   Session s;
-  std::filesystem::create_directory(s.path("Vantelo.dat"));
+  std::filesystem::create_directory(s / "Vantelo.dat");
   s.run_steps({
       {{kInit}, "Error: could not write state file Vantelo.dat !\n", 1},
       // A directory is no state file: the commands that load one miss it.
       {{kSensitivity, "2"}, kStateMissing, 1},
       {{kLearn, "--array", "1", "2", "3"}, kStateMissing, 1},
   });
-  EXPECT_TRUE(std::filesystem::is_directory(s.path("Vantelo.dat")));
+  EXPECT_TRUE(std::filesystem::is_directory(s / "Vantelo.dat"));
 }
 
 }  // namespace

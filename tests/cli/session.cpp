@@ -10,7 +10,7 @@
 namespace vtl::test {
 
 std::optional<std::string> Session::read_file(const std::string& name) const {
-  std::ifstream file(path(name), std::ios::binary);
+  std::ifstream file(*this / name, std::ios::binary);
   if (!file) return std::nullopt;
   std::ostringstream content;
   content << file.rdbuf();

@@ -31,11 +31,9 @@ class Session : public Dir {
   // Runs each step and compares output, status and state file.
   void run_steps(const std::vector<Step>& steps) const;
 
-  std::string path(const std::string& name) const { return *this / name; }
-  void write_file(const std::string& name, const std::string& bytes) const { write(name, bytes); }
   std::optional<std::string> read_file(const std::string& name) const;
   std::optional<std::string> state() const { return read_file("Vantelo.dat"); }
-  void write_state(const std::string& bytes) const { write_file("Vantelo.dat", bytes); }
+  void write_state(const std::string& bytes) const { write("Vantelo.dat", bytes); }
 };
 
 // A minimal JSON well-formedness check (objects, arrays, strings, numbers,

@@ -41,7 +41,7 @@ const std::string kCheck = "Please check your file.\n" + kReadingTrailer;
 // A session with the twelve readings learned.
 void learn_twelve(Session& s) {
   s.run({kInit});
-  s.write_file("train.csv", kTwelveLines);
+  s.write("train.csv", kTwelveLines);
   ASSERT_EQ(s.run({kLearn, "--file", "train.csv"}).status, 0);
 }
 
@@ -72,13 +72,13 @@ TEST(SignalInput, AnArrayOfThreeValuesIsReadAsStrtodDoes) {
 TEST(SignalInput, AFileIsReadWholeOrInItsRangeUpToItsLastNewline) {
   Session s;
   s.run({kInit});
-  s.write_file("three.csv", "1,2,3\n4,5,6\n7,8,9\n");
-  s.write_file("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
-  s.write_file("open.csv", "1,2,3\n4,5,6\n7,8,9");
-  s.write_file("oneline.csv", "1,2,3");
-  s.write_file("trailing.csv", "1,2,3\n4,5,6\n\n");
-  s.write_file("space.csv", "1.0 ,2.0,3.0\n");
-  s.write_file("halfway.csv", "1,2,3\n4,x,6\n7,8,9\n");
+  s.write("three.csv", "1,2,3\n4,5,6\n7,8,9\n");
+  s.write("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
+  s.write("open.csv", "1,2,3\n4,5,6\n7,8,9");
+  s.write("oneline.csv", "1,2,3");
+  s.write("trailing.csv", "1,2,3\n4,5,6\n\n");
+  s.write("space.csv", "1.0 ,2.0,3.0\n");
+  s.write("halfway.csv", "1,2,3\n4,x,6\n7,8,9\n");
   const auto learn = [](const std::string& file) {
     return std::vector<std::string>{kLearn, "--file", file};
   };
@@ -120,8 +120,8 @@ TEST(SignalInput, AFileIsReadWholeOrInItsRangeUpToItsLastNewline) {
 TEST(SignalInput, ABadRangeIsRefusedWithItsOwnMessage) {
   Session s;
   s.run({kInit});
-  s.write_file("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
-  s.write_file("empty.csv", "");
+  s.write("five.csv", "1,2,3\n4,5,6\n7,8,9\n1,1,1\n2,2,2\n");
+  s.write("empty.csv", "");
   const std::string incompatible =
       "Error: arguments --begin and --end are not compatible !\n"
       "End line number must be >= to begin line number\n";
@@ -164,7 +164,7 @@ TEST(SignalInput, ABadRangeIsRefusedWithItsOwnMessage) {
 std::optional<std::string> model_learned_from(const std::string& text) {
   Session s;
   s.run({kInit});
-  s.write_file("s.csv", text);
+  s.write("s.csv", text);
   EXPECT_EQ(s.run({kLearn, "--file", "s.csv"}).status, 0);
   return s.state();
 }
@@ -188,8 +188,8 @@ TEST(SignalInput, LineCountsFindEveryNewlineAndRewind) {
   }
   for (const std::string& bytes : files) {
     SCOPED_TRACE(std::to_string(bytes.size()) + " bytes");
-    s.write_file("lines.csv", bytes);
-    const int fd = ::open(s.path("lines.csv").c_str(), O_RDONLY);
+    s.write("lines.csv", bytes);
+    const int fd = ::open((s / "lines.csv").c_str(), O_RDONLY);
     EXPECT_EQ(count_lines(fd), std::count(bytes.begin(), bytes.end(), '\n'));
     char first = 0;  // read again from the start
     EXPECT_EQ(::read(fd, &first, 1), bytes.empty() ? 0 : 1);
@@ -260,7 +260,7 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
   Session s;
   learn_twelve(s);
   const std::string good = varied_readings();
-  s.write_file("good.csv", good);
+  s.write("good.csv", good);
   const std::vector<std::string> rated = rated_entries(s, "good.csv");
   ASSERT_EQ(rated.size(), static_cast<std::size_t>(kLongLines));
   for (const std::string status : {"nominal", "anomaly"}) {
@@ -271,7 +271,7 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
   const std::string error = "Error in reading file long.csv !\n" + kCheck;
   for (int bad : {1, 1024, 1025, 4096, 4097, 8999, 9000}) {
     SCOPED_TRACE(bad);
-    s.write_file("long.csv", varied_readings(bad, "1,x,3\n"));
+    s.write("long.csv", varied_readings(bad, "1,x,3\n"));
     std::string learned = learning_head("long.csv");
     std::string detected = detection_head("long.csv");
     for (int line = 1; line < bad; ++line) {
@@ -291,7 +291,7 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
     s.run_steps(steps);
   }
   // One line more than there are signals: the input runs out.
-  s.write_file("short.csv", good + "\n");
+  s.write("short.csv", good + "\n");
   std::string learned = learning_head("short.csv");
   for (int line = 1; line <= kLongLines; ++line) learned += learn_entry(line + 12, line);
   std::string detected = detection_head("short.csv");
@@ -309,7 +309,7 @@ TEST(SignalInput, ReadingErrorsInLongFilesComeWhereTheyAre) {
 TEST(SignalInput, RangesOfLongFilesRateEachLineAsTheWholeFileDoes) {
   Session s;
   learn_twelve(s);
-  s.write_file("long.csv", varied_readings());
+  s.write("long.csv", varied_readings());
   const std::string before = *s.state();
   const std::vector<std::string> whole = rated_entries(s, "long.csv");
   ASSERT_EQ(whole.size(), static_cast<std::size_t>(kLongLines));

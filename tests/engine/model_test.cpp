@@ -38,21 +38,28 @@ void expect_reset_table() {
 // Keeping the measures empties only the table; a full reset selects the angle
 // times the Manhattan distance; init resets fully, keeping the sensitivity.
 TEST(Model, ResetAndInitEmptyTheTable) {
-  for (int way = 0; way < 3; ++way) {
-    SCOPED_TRACE(way);
+  struct Way {
+    const char* name;
+    std::int64_t (*call)();
+    std::int64_t result;
+    int primary, secondary;
+    unsigned learned;
+  };
+  const Way ways[] = {
+      {"keep measures", [] { return std::int64_t{engine_reset_keep_measures()}; }, 1, 2, 3, 33},
+      {"full reset", [] { return engine_reset(), std::int64_t{1}; }, 1, 4, 1, 33},
+      {"init", [] { return std::int64_t{vtl_anomalydetection_init()}; }, status_ok, 4, 1, 0}};
+  for (const Way& way : ways) {
+    SCOPED_TRACE(way.name);
     scribble_model();
     learn_count = 33;
     engine_status = status_minimum_learning_pending;
     sensitivity = 2.5f;
-    if (way == 1) engine_reset();
-    const std::uint32_t result = way == 0   ? engine_reset_keep_measures()
-                                 : way == 2 ? vtl_anomalydetection_init()
-                                            : 1;
-    EXPECT_EQ(way == 2 ? status_ok : 1, result);
+    EXPECT_EQ(way.result, way.call());
     expect_reset_table();
-    EXPECT_EQ(way == 0 ? 2 : 4, measure_primary);
-    EXPECT_EQ(way == 0 ? 3 : 1, measure_secondary);
-    EXPECT_EQ(way == 2 ? 0u : 33u, learn_count);
+    EXPECT_EQ(way.primary, measure_primary);
+    EXPECT_EQ(way.secondary, measure_secondary);
+    EXPECT_EQ(way.learned, learn_count);
   }
   EXPECT_EQ(1, init_done);
   EXPECT_FLOAT_BITS(2.5f, sensitivity);

@@ -89,8 +89,10 @@ static void detect_all(uint8_t* similarities, vtl_report_totals* totals, const c
     CHECK(vtl_anomalydetection_detect(mixed_signals.values[i], &similarities[i]) == status_ok);
     CHECK(similarities[i] <= 100);
     ++totals->detected;
-    if (similarities[i] > VTL_NOMINAL_THRESHOLD) ++totals->nominal;
-    if (similarities[i] <= VTL_NOMINAL_THRESHOLD) ++totals->anomaly;
+    if (similarities[i] > VTL_NOMINAL_THRESHOLD)
+      ++totals->nominal;
+    else
+      ++totals->anomaly;
     if (file != NULL) fprintf(file, "%u\n", (unsigned)similarities[i]);
   }
   if (file != NULL) fclose(file);
