@@ -20,17 +20,20 @@ constexpr char kDigitPairs[] =
     "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
 
-}  // namespace
+constexpr std::size_t kLongestDecimal = 11;  // "-2147483648"
 
-Output& out() { return the_output; }
+constexpr std::uint32_t kPowersOfTen[] = {10,      100,      1000,      10000,     100000,
+                                          1000000, 10000000, 100000000, 1000000000};
 
-void Output::decimal(std::int32_t value) {
-  char digits[12];
-  char* end = digits + sizeof digits;
+std::size_t digit_count(std::uint32_t magnitude) {
+  std::size_t count = 1;
+  for (const std::uint32_t power : kPowersOfTen) count += magnitude >= power ? 1 : 0;
+  return count;
+}
+
+// Writes the decimal digits of magnitude so that the last one ends just before end.
+void put_digits_before(char* end, std::uint32_t magnitude) {
   char* p = end;
-  // Works on the magnitude as unsigned, so that the smallest value has one.
-  std::uint32_t magnitude =
-      value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
   while (magnitude >= 100) {
     const std::uint32_t pair = magnitude % 100;
     magnitude /= 100;
@@ -38,13 +41,35 @@ void Output::decimal(std::int32_t value) {
     std::memcpy(p, kDigitPairs + 2 * pair, 2);
   }
   if (magnitude >= 10) {
-    p -= 2;
-    std::memcpy(p, kDigitPairs + 2 * magnitude, 2);
+    std::memcpy(p - 2, kDigitPairs + 2 * magnitude, 2);
   } else {
-    *--p = static_cast<char>('0' + magnitude);
+    p[-1] = static_cast<char>('0' + magnitude);
   }
-  if (value < 0) *--p = '-';
-  text(std::string_view(p, static_cast<std::size_t>(end - p)));
+}
+
+}  // namespace
+
+Output& out() { return the_output; }
+
+void Output::decimal(std::int32_t value) {
+  // Works on the magnitude as unsigned, so that the smallest value has one.
+  const std::uint32_t magnitude =
+      value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
+  const std::size_t length = (value < 0 ? 1 : 0) + digit_count(magnitude);
+  if (kBufferSize - used_ < length) {
+    char digits[kLongestDecimal];
+    char* const end = digits + length;
+    digits[0] = '-';  // the digits write over it unless the value is negative
+    put_digits_before(end, magnitude);
+    text_slow(std::string_view(digits, length));
+    return;
+  }
+  // Straight into the buffer: digits stored and then read back would wait
+  // for the stores to land, which costs more than making them.
+  char* const start = buffer_ + used_;
+  start[0] = '-';  // as above
+  put_digits_before(start + length, magnitude);
+  used_ += length;
 }
 
 void Output::fixed2(float value) {

@@ -3,7 +3,6 @@
 #include "cli/output.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdio>
@@ -14,6 +13,17 @@
 namespace vtl {
 namespace {
 
+// Reads back everything written to a temporary file.
+std::string contents(std::FILE* file) {
+  std::rewind(file);
+  std::string text;
+  char block[4096];
+  for (std::size_t got; (got = std::fread(block, 1, sizeof block, file)) > 0;) {
+    text.append(block, got);
+  }
+  return text;
+}
+
 TEST(Output, DecimalsAreThoseOfPrintf) {
   std::vector<std::int32_t> values = {
       0,    1,    9,     10,    11,     99,      100,       101,        999,
@@ -23,10 +33,10 @@ TEST(Output, DecimalsAreThoseOfPrintf) {
   for (int i = 0; i < 2000; ++i) {
     values.push_back(static_cast<std::int32_t>(random()) >> (random() % 31));
   }
-  int ends[2];
-  ASSERT_EQ(::pipe(ends), 0);
+  std::FILE* file = std::tmpfile();
+  ASSERT_NE(file, nullptr);
   Output o;
-  o.redirect(ends[1]);
+  o.redirect(fileno(file));
   std::string expected;
   for (std::int32_t v : values) {
     o.decimal(v);
@@ -35,13 +45,20 @@ TEST(Output, DecimalsAreThoseOfPrintf) {
     std::snprintf(digits, sizeof digits, "%d\n", v);
     expected += digits;
   }
+  // The longest values again with every room from none to 13 bytes left at
+  // the end of the buffer, where a number is split between two writes.
+  for (std::size_t room = 0; room <= 13; ++room) {
+    for (std::int32_t v : {INT_MIN, INT_MAX, -1, 7, 123456789}) {
+      const std::size_t used = expected.size() % Output::kBufferSize;
+      const std::string filler((2 * Output::kBufferSize - used - room) % Output::kBufferSize, '.');
+      o.text(filler);
+      o.decimal(v);
+      expected += filler + std::to_string(v);
+    }
+  }
   ASSERT_TRUE(o.flush());
-  ::close(ends[1]);
-  std::string text;
-  char block[4096];
-  for (ssize_t got; (got = ::read(ends[0], block, sizeof block)) > 0;) text.append(block, got);
-  ::close(ends[0]);
-  EXPECT_EQ(text, expected);
+  EXPECT_EQ(contents(file), expected);
+  std::fclose(file);
 }
 
 }  // namespace
