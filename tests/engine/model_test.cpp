@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <limits>
 #include <tuple>
 
 #include "engine/interface.h"
@@ -114,6 +116,32 @@ TEST(EngineInterface, StatusRulesOfLearnAndDetect) {
   init_done = 0;
   EXPECT_EQ(status_ok, vtl_anomalydetection_detect(kSignal, &similarity));
   init_done = 1;
+}
+
+// The sensitivity is stored as given, bit for bit, and the operation answers
+// with whatever status is stored, which it leaves as it is.
+TEST(EngineInterface, SensitivityIsStoredUncheckedAndReturnsTheStoredStatus) {
+  const float values[] = {2.5f,
+                          0.0f,
+                          -0.0f,
+                          -3.0f,
+                          std::numeric_limits<float>::infinity(),
+                          -std::numeric_limits<float>::infinity(),
+                          std::bit_cast<float>(0xFFC00123u),  // a negative NaN with a payload
+                          std::numeric_limits<float>::denorm_min()};
+  const std::uint32_t statuses[] = {status_ok, status_knowledge_rejected,
+                                    status_minimum_learning_done, status_self_test_failed};
+  for (std::uint32_t status : statuses) {
+    for (float value : values) {
+      engine_status = status;
+      EXPECT_EQ(status, vtl_anomalydetection_set_sensitivity(value));
+      EXPECT_EQ(status, engine_status);
+      EXPECT_FLOAT_BITS(value, sensitivity);
+      EXPECT_FLOAT_BITS(value, vtl_anomalydetection_get_sensitivity());
+    }
+  }
+  engine_status = status_ok;
+  sensitivity = 1.0f;
 }
 
 }  // namespace
