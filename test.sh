@@ -14,11 +14,11 @@ jobs=$(nproc 2>/dev/null || echo 2)
 # The Release build always makes the Python module: its packages were just
 # installed, and a cache configured before they were would otherwise keep it
 # switched off and its tests out of the run.
-declare -A preset_options=([release]="-DVTL_BUILD_PYTHON=ON" [sanitize]="")
 for preset in release sanitize; do
   echo "=== $preset: configure and build"
-  # shellcheck disable=SC2086  # the options are words to split
-  cmake --preset "$preset" ${preset_options[$preset]} >/dev/null
+  options=()
+  [ "$preset" = release ] && options=(-DVTL_BUILD_PYTHON=ON)
+  cmake --preset "$preset" "${options[@]}" >/dev/null
   cmake --build --preset "$preset" -j "$jobs"
   echo "=== $preset: tests"
   ctest --preset "$preset" -j "$jobs"
