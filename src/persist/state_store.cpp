@@ -158,7 +158,12 @@ bool StateStore::prepare(const std::uint8_t* image, std::size_t size, bool keep_
   if (prepared_fd_ < 0) {
     // File systems without anonymous files: a named one, removed on failure.
     prepared_fd_ = open_retrying(temp_, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
-    if (prepared_fd_ < 0) return false;
+    if (prepared_fd_ < 0) {
+      // A directory that takes no new file (no write permission, immutable)
+      // still lets a writable state file be written over.
+      const bool refused = errno == EACCES || errno == EPERM;
+      return exists && refused && prepare_in_place(image, size, keep_tail);
+    }
     prepared_named_ = true;
   }
   bool ok = true;
@@ -190,7 +195,34 @@ bool StateStore::link_prepared() {
   return true;
 }
 
+bool StateStore::prepare_in_place(const std::uint8_t* image, std::size_t size, bool keep_tail) {
+  if (size > sizeof in_place_image_) return false;
+  in_place_fd_ = open_retrying(target_, O_WRONLY | O_NONBLOCK);
+  struct stat info;
+  if (in_place_fd_ < 0 || ::fstat(in_place_fd_, &info) != 0 || !S_ISREG(info.st_mode)) {
+    close_fd(in_place_fd_);
+    return false;
+  }
+  std::memcpy(in_place_image_, image, size);
+  in_place_size_ = size;
+  in_place_keep_tail_ = keep_tail;
+  return true;
+}
+
+// The image goes in with one write (write_all goes on only after a short one),
+// so that a process killed around it leaves the old state or the new one.
+bool StateStore::commit_in_place() {
+  bool ok = write_all(in_place_fd_, in_place_image_, in_place_size_) == 0;
+  if (ok && !in_place_keep_tail_) {
+    ok = ::ftruncate(in_place_fd_, static_cast<off_t>(in_place_size_)) == 0;
+  }
+  if (ok && durable_) ok = ::fsync(in_place_fd_) == 0;
+  close_fd(in_place_fd_);
+  return ok;
+}
+
 bool StateStore::commit() {
+  if (in_place_fd_ >= 0) return commit_in_place();
   if (prepared_fd_ < 0) return false;
   if (::rename(temp_, target_) != 0) {
     abandon();
@@ -209,6 +241,7 @@ void StateStore::abandon() {
   prepared_named_ = false;
   prepared_linked_ = false;
   close_fd(prepared_fd_);
+  close_fd(in_place_fd_);
 }
 
 }  // namespace vtl

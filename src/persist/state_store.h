@@ -19,6 +19,10 @@
 //   that the new state also survives a power cut. Without it the kernel writes
 //   the file back in its own time: a sync costs more than the rest of a
 //   single-signal invocation, which scripts run once per signal.
+// - In place where the directory takes no new file: when the state file is
+//   writable but its directory is not, the save writes over the file itself,
+//   with one write after the report, as an update handle would (no longer
+//   safe against a power cut or an I/O error in that instant).
 // - Only regular files: a state file that is a FIFO, a directory, a device or
 //   a socket is refused without ever blocking on it.
 // - Symbolic links are followed: the linked file is replaced atomically in its
@@ -41,6 +45,8 @@ bool sync_requested(const char* value);
 class StateStore {
  public:
   enum class Lock { shared, exclusive };
+  // The largest image a save in place keeps (a state image is 216 bytes).
+  static constexpr std::size_t kInPlaceCapacity = 256;
 
   explicit StateStore(const char* name);
   ~StateStore();
@@ -64,11 +70,15 @@ class StateStore {
   // file after the first `size`, into a temporary file (synced when durable
   // saves are asked for). False (nothing
   // left behind) when the state file cannot be replaced: not a regular file,
-  // not writable, or a full disk.
+  // not writable, or a full disk. Where the directory refuses the temporary
+  // file but the state file is writable, keeps the image (at most
+  // kInPlaceCapacity bytes) for a save in place instead.
   bool prepare(const std::uint8_t* image, std::size_t size, bool keep_tail);
   // Renames the prepared file over the state file (and syncs the directory
-  // when durable saves are asked for). False if the rename failed (the old
-  // file is then untouched and the temporary file removed).
+  // when durable saves are asked for), or writes the kept image over the
+  // file's start and, without keep_tail, cuts the file after it. False if the
+  // rename failed (the old file is then untouched and the temporary file
+  // removed) or the write in place failed.
   bool commit();
   // Drops a prepared file that will not be committed.
   void abandon();
@@ -77,6 +87,8 @@ class StateStore {
   bool resolve(const char* name);
   bool write_tail(int to, std::size_t from) const;
   bool link_prepared();
+  bool prepare_in_place(const std::uint8_t* image, std::size_t size, bool keep_tail);
+  bool commit_in_place();
 
   char target_[PATH_MAX] = {};  // the state file, links followed
   char dir_[PATH_MAX] = {};     // its directory
@@ -89,6 +101,10 @@ class StateStore {
   bool prepared_named_ = false;
   bool prepared_linked_ = false;
   bool durable_ = false;
+  int in_place_fd_ = -1;  // the state file, when it is to be written in place
+  bool in_place_keep_tail_ = false;
+  std::size_t in_place_size_ = 0;
+  std::uint8_t in_place_image_[kInPlaceCapacity] = {};
 };
 
 }  // namespace vtl

@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "cli/expected_text.h"
 #include "cli/session.h"
+#include "persist/state_file.h"
 
 namespace vtl::test {
 namespace {
@@ -262,6 +265,67 @@ TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
       {{kLearn, "--array", "1", "2", "3"}, kStateMissing, 1, StateAfter::unchanged},
   });
   if (::geteuid() == 0) set_immutable(state, false);  // so that the session can remove it
+}
+
+// Closes a directory to new names while it lives: read-only for an ordinary
+// user, immutable for root (whom permissions do not bind).
+class ClosedDirectory {
+ public:
+  explicit ClosedDirectory(std::string dir) : dir_(std::move(dir)) {
+    if (::geteuid() != 0) {
+      closed_ = ::chmod(dir_.c_str(), 0555) == 0;
+    } else {
+      closed_ = set_immutable(dir_, true);
+    }
+  }
+  ~ClosedDirectory() {
+    if (!closed_) return;
+    if (::geteuid() != 0) {
+      ::chmod(dir_.c_str(), 0700);
+    } else {
+      set_immutable(dir_, false);
+    }
+  }
+  ClosedDirectory(const ClosedDirectory&) = delete;
+  ClosedDirectory& operator=(const ClosedDirectory&) = delete;
+  bool closed() const { return closed_; }
+
+ private:
+  std::string dir_;
+  bool closed_ = false;
+};
+
+// A writable state file in a directory that takes no new file is written over
+// in place, to the same bytes as a save that renames: learn keeps the bytes
+// after the state, set_sensitivity cuts them. Without a state file there,
+// init cannot make one.
+TEST(Dispatcher, AStateFileInAClosedDirectoryIsWrittenInPlace) {
+  Session closed;
+  Session open;
+  for (const Session* s : {&closed, &open}) {
+    s->run({kInit});
+    s->write_state(*s->state() + "tail");
+  }
+  Session empty;
+  const ClosedDirectory closing(closed / ".");
+  const ClosedDirectory closing_empty(empty / ".");
+  if (!closing.closed() || !closing_empty.closed()) {
+    GTEST_SKIP() << "this file system cannot close a directory to new names";
+  }
+  const std::vector<Command> commands = {{kLearn, "--array", "1", "2", "3"},
+                                         {kDetect, "--array", "1", "2", "3"},
+                                         {kSensitivity, "2.5"}};
+  for (int signal = 0; signal < 10; ++signal) open.run(commands[0]);
+  for (int signal = 0; signal < 10; ++signal) EXPECT_EQ(0, closed.run(commands[0]).status);
+  EXPECT_EQ(closed.state(), open.state());
+  EXPECT_EQ(closed.state()->substr(kStateFileSize), "tail");
+  for (const Command& command : {commands[1], commands[2]}) {
+    EXPECT_EQ(open.run(command).out, closed.run(command).out);
+    EXPECT_EQ(closed.state(), open.state());
+  }
+  EXPECT_EQ(closed.state()->size(), kStateFileSize);
+  empty.run_steps(
+      {{{kInit}, "Error: could not write state file Vantelo.dat !\n", 1, StateAfter::absent}});
 }
 
 TEST(Dispatcher, ADirectoryAsStateFileIsNeverReplaced) {

@@ -39,10 +39,22 @@ void Session::run_steps(const std::vector<Step>& steps) const {
     EXPECT_EQ(result.out, step.expected_out);
     EXPECT_EQ(result.status, step.expected_status);
     const std::optional<std::string> after = state();
-    if (step.state == StateAfter::unchanged) EXPECT_EQ(after, before);
-    if (step.state == StateAfter::changed) EXPECT_NE(after, before);
-    if (step.state == StateAfter::absent) EXPECT_FALSE(after.has_value());
-    if (step.state == StateAfter::present) EXPECT_TRUE(after.has_value());
+    switch (step.state) {
+      case StateAfter::any:
+        break;
+      case StateAfter::unchanged:
+        EXPECT_EQ(after, before);
+        break;
+      case StateAfter::changed:
+        EXPECT_NE(after, before);
+        break;
+      case StateAfter::absent:
+        EXPECT_FALSE(after.has_value());
+        break;
+      case StateAfter::present:
+        EXPECT_TRUE(after.has_value());
+        break;
+    }
   }
 }
 
