@@ -36,8 +36,8 @@ std::uint8_t plan_band_filter(float fs, float f_upper, float f_lower, FilterCall
 
 // destination[0] = the norm of the n values; 0 when n <= 0.
 void vector_norm_to_slot(const float* source, std::int32_t n, float* destination);
-// Pass-through: the norm of the first three values (of all n when n < 3, so
-// nothing past n is read). Otherwise the filtered norm of the n values.
+// Pass-through: the norm of exactly the first three values, whatever n is
+// (the source must hold three). Otherwise the filtered norm of the n values.
 void filtered_norm(const float* source, std::uint32_t n, float* work, float* destination, float fs,
                    float f_upper, float f_lower);
 // Pass-through: destination[0] = the norm as for filtered_norm. Otherwise
