@@ -24,13 +24,11 @@ namespace {
 
 constexpr int kSignalValues = 3;
 
-// strtol in base 10 stored as a signed 32-bit value: out-of-range texts give
-// the nearest 32-bit value, as a 32-bit strtol does.
+// strtol in base 10 (a 64-bit long, saturated at its limits) stored in a
+// signed 32-bit integer, which keeps the low 32 bits: 4294967297 reads as 1.
 std::int32_t parse_line_number(const char* text) {
   const long value = std::strtol(text, nullptr, 10);
-  if (value > INT32_MAX) return INT32_MAX;
-  if (value < INT32_MIN) return INT32_MIN;
-  return static_cast<std::int32_t>(value);
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
 void print_incompatible_range() {

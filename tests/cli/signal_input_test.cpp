@@ -148,9 +148,13 @@ TEST(SignalInput, ABadRangeIsRefusedWithItsOwnMessage) {
       {learn("--begin", "1", "--end", "-4"), bad_end, 1},
       {learn("--end", "0", "--begin", "9"), bad_end, 1},
       {learn("--begin", "1", "--end", "6"), too_far, 1},
-      // Beyond 32 bits: the nearest 32-bit value, not the low 32 bits (which are 1 here).
-      {learn("--begin", "1", "--end", "4294967297"), too_far, 1},
-      {learn("--begin", "-4294967295", "--end", "2"), bad_begin, 1},
+      // Beyond 32 bits only the low 32 bits count: 2^32 + 6 is 6, -2^31 - 1 is
+      // 2^31 - 1 (above --end 5), and strtol's limit 2^63 - 1, which every
+      // larger number gives, is -1.
+      {learn("--begin", "1", "--end", "4294967302"), too_far, 1},
+      {learn("--begin", "-2147483648", "--end", "2"), bad_begin, 1},
+      {learn("--begin", "-2147483649", "--end", "5"), incompatible, 1},
+      {learn("--begin", "1", "--end", "99999999999999999999"), bad_end, 1},
       {learn("--begin", "1", "--stop", "2"), invalid, 1},
       {learn("--begin", "1", "--begin", "2"), invalid, 1},
       {learn("--end", "2", "--end", "3"), invalid, 1},
@@ -158,6 +162,14 @@ TEST(SignalInput, ABadRangeIsRefusedWithItsOwnMessage) {
       {{kLearn, "--file", "."}, cannot_open, 1},
       {{kLearn, "--file", "empty.csv"}, "Error: file is empty !\n", 1},
   });
+  // 2^32 + 2 and 2^33 + 3 are lines 2 and 3, reported and learned as such.
+  Session plain;
+  plain.run({kInit});
+  plain.write("five.csv", s.read("five.csv"));
+  const Result wrapped = s.run(learn("--begin", "4294967298", "--end", "8589934595"));
+  EXPECT_EQ(wrapped.status, 0);
+  EXPECT_EQ(wrapped.out, plain.run(learn("--begin", "2", "--end", "3")).out);
+  EXPECT_EQ(s.state(), plain.state());
 }
 
 // The state file after init and learning the given file text.
