@@ -246,17 +246,42 @@ bool set_immutable(const std::string& path, bool on) {
   return done;
 }
 
+// Closes a file or directory to writes while it lives: `user_mode` for an
+// ordinary user, the immutable attribute for root (whom permissions do not
+// bind).
+class Frozen {
+ public:
+  Frozen(std::string path, mode_t user_mode) : path_(std::move(path)) {
+    if (::geteuid() != 0) {
+      done_ = ::chmod(path_.c_str(), user_mode) == 0;
+    } else {
+      done_ = set_immutable(path_, true);
+    }
+  }
+  ~Frozen() {
+    if (!done_) return;
+    if (::geteuid() != 0) {
+      ::chmod(path_.c_str(), 0700);
+    } else {
+      set_immutable(path_, false);
+    }
+  }
+  Frozen(const Frozen&) = delete;
+  Frozen& operator=(const Frozen&) = delete;
+  bool done() const { return done_; }
+
+ private:
+  std::string path_;
+  bool done_ = false;
+};
+
 // Learn and detect open the state file for update, so one that cannot be
 // written counts as missing; the other commands load it and fail on the save.
 TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
   Session s;
   s.run({kInit});
-  const std::string state = s / "Vantelo.dat";
-  if (::geteuid() != 0) {
-    std::filesystem::permissions(state, std::filesystem::perms::owner_read);
-  } else if (!set_immutable(state, true)) {
-    GTEST_SKIP() << "this file system has no immutable attribute";
-  }
+  const Frozen frozen(s / "Vantelo.dat", 0400);
+  if (!frozen.done()) GTEST_SKIP() << "this file system cannot make the file read-only";
   s.run_steps({
       {{kSensitivity, "2"},
        "Error: could not write state file Vantelo.dat !\n",
@@ -264,36 +289,7 @@ TEST(Dispatcher, AReadOnlyStateFileIsNeverReplaced) {
        StateAfter::unchanged},
       {{kLearn, "--array", "1", "2", "3"}, kStateMissing, 1, StateAfter::unchanged},
   });
-  if (::geteuid() == 0) set_immutable(state, false);  // so that the session can remove it
 }
-
-// Closes a directory to new names while it lives: read-only for an ordinary
-// user, immutable for root (whom permissions do not bind).
-class ClosedDirectory {
- public:
-  explicit ClosedDirectory(std::string dir) : dir_(std::move(dir)) {
-    if (::geteuid() != 0) {
-      closed_ = ::chmod(dir_.c_str(), 0555) == 0;
-    } else {
-      closed_ = set_immutable(dir_, true);
-    }
-  }
-  ~ClosedDirectory() {
-    if (!closed_) return;
-    if (::geteuid() != 0) {
-      ::chmod(dir_.c_str(), 0700);
-    } else {
-      set_immutable(dir_, false);
-    }
-  }
-  ClosedDirectory(const ClosedDirectory&) = delete;
-  ClosedDirectory& operator=(const ClosedDirectory&) = delete;
-  bool closed() const { return closed_; }
-
- private:
-  std::string dir_;
-  bool closed_ = false;
-};
 
 // A writable state file in a directory that takes no new file is written over
 // in place, to the same bytes as a save that renames: learn keeps the bytes
@@ -307,9 +303,9 @@ TEST(Dispatcher, AStateFileInAClosedDirectoryIsWrittenInPlace) {
     s->write_state(*s->state() + "tail");
   }
   Session empty;
-  const ClosedDirectory closing(closed / ".");
-  const ClosedDirectory closing_empty(empty / ".");
-  if (!closing.closed() || !closing_empty.closed()) {
+  const Frozen closing(closed / ".", 0500);
+  const Frozen closing_empty(empty / ".", 0500);
+  if (!closing.done() || !closing_empty.done()) {
     GTEST_SKIP() << "this file system cannot close a directory to new names";
   }
   const std::vector<Command> commands = {{kLearn, "--array", "1", "2", "3"},
